@@ -1,0 +1,12 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace velmora::cli {
+
+// Each family of commands adds its sub-commands to the application. A command's callback
+// prints its result on standard output and throws on failure; main() turns the exception's
+// text into a line on standard error and exit status 1.
+void addStoreCommands(CLI::App& app);
+
+}  // namespace velmora::cli

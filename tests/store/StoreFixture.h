@@ -1,0 +1,34 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "store/VoiceStore.h"
+#include "support/Files.h"
+
+namespace velmora::test {
+
+// The process-wide container and compact data that StoreTestMain sets up before any test runs.
+struct StoreWorld {
+    static const std::filesystem::path& containersRoot();
+    static const std::filesystem::path& container();
+    static const std::filesystem::path& compactResources();
+    static std::filesystem::path voices() { return container() / "Voices"; }
+};
+
+// Every test starts with no Voices folder in the container.
+class StoreTest : public ::testing::Test {
+protected:
+    void SetUp() override { std::filesystem::remove_all(StoreWorld::voices()); }
+    void TearDown() override { std::filesystem::remove_all(StoreWorld::voices()); }
+
+    static std::filesystem::path pack(const char* release, const char* locale) {
+        return StoreWorld::voices() / release / locale;
+    }
+    static void installPack(const char* release, const char* locale, std::string_view voice) {
+        writeFile(pack(release, locale) / "broker.hdr", brokerHeader(voice));
+    }
+};
+
+}  // namespace velmora::test
