@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "selftest/RenderResult.h"
+#include "speech/SpeechTypes.h"
+
+namespace velmora {
+
+// The speech self test: renders utterances into memory and measures them.
+struct SelfTest {
+    // How long a render waits for the end of its stream.
+    static constexpr std::chrono::duration<double> renderTimeout{20.0};
+
+    // Renders a plain text with a voice, rate and pitch multiplier, optionally writing the audio
+    // to a Core Audio Format file, and returns its measurements. Blocks until the stream ends or
+    // the timeout passes; never fails for want of audio.
+    static RenderResult render(AudioRenderer& renderer, const std::string& text, const std::string& voiceIdentifier,
+                               float rate, float pitchMultiplier,
+                               const std::optional<std::filesystem::path>& dumpTo = std::nullopt);
+
+    // Renders an SSML text with a voice at the default rate and pitch, without a dump. A text not
+    // accepted as SSML gives the empty result at once.
+    static RenderResult renderSsml(AudioRenderer& renderer, const std::string& ssml,
+                                   const std::string& voiceIdentifier);
+};
+
+}  // namespace velmora

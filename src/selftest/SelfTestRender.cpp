@@ -1,0 +1,37 @@
+#include "selftest/BufferCollector.h"
+#include "selftest/SelfTest.h"
+#include "selftest/SsmlAcceptance.h"
+
+namespace velmora {
+namespace {
+
+RenderResult collect(AudioRenderer& renderer, const Utterance& utterance,
+                     const std::optional<std::filesystem::path>& dumpTo) {
+    const auto collector = BufferCollector::create(dumpTo);
+    renderer.write(utterance, collector->callback());
+    return collector->result(SelfTest::renderTimeout);
+}
+
+}  // namespace
+
+RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text, const std::string& voiceIdentifier,
+                              float rate, float pitchMultiplier, const std::optional<std::filesystem::path>& dumpTo) {
+    Utterance utterance;
+    utterance.text = text;
+    utterance.voiceIdentifier = voiceIdentifier;
+    utterance.rate = rate;
+    utterance.pitchMultiplier = pitchMultiplier;
+    return collect(renderer, utterance, dumpTo);
+}
+
+RenderResult SelfTest::renderSsml(AudioRenderer& renderer, const std::string& ssml,
+                                  const std::string& voiceIdentifier) {
+    if (!isAcceptedSsml(ssml)) return RenderResult{};
+    Utterance utterance;
+    utterance.text = ssml;
+    utterance.isSsml = true;
+    utterance.voiceIdentifier = voiceIdentifier;
+    return collect(renderer, utterance, std::nullopt);
+}
+
+}  // namespace velmora
