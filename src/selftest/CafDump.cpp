@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cmath>
+#include <optional>
 
 namespace velmora {
 namespace {
