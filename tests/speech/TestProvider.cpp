@@ -194,13 +194,13 @@ private:
             return;
         }
         ToneWriter writer(std::move(fd), *format, voice->paced);
-        Timing timing;
+        Timing unrecorded;
         if (command.verb == "die") {
-            writer.tone(command.frames, start, timing);
+            writer.tone(command.frames, start, unrecorded);
             ::_exit(0);
         }
         if (command.verb == "silent") {
-            writer.tone(command.frames, start, timing);
+            writer.tone(command.frames, start, unrecorded);
             unanswered_.push_back(std::move(result));
             return;
         }
