@@ -70,6 +70,12 @@ std::shared_ptr<SpielBus> SpielBus::connectToSession() {
 }
 
 SpielBus::SpielBus(std::unique_ptr<sdbus::IConnection> connection) : connection_(std::move(connection)) {
+    // Variants live in messages of a connection that the library makes on first use and keeps
+    // in a function-local static. Making one here, before any bus object of ours is complete,
+    // has that static outlive our own (a process-wide SpielBus included); otherwise a reply
+    // handler still running on the bus thread at exit would free a variant into a destroyed
+    // connection.
+    [[maybe_unused]] const sdbus::Variant firstVariant;
     connection_->enterEventLoopAsync();
 }
 
