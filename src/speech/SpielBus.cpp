@@ -94,8 +94,9 @@ bool SpielBus::isProviderName(std::string_view name) {
 }
 
 std::string SpielBus::objectPath(std::string_view busName) {
-    std::string path = "/" + std::string(busName);
-    std::replace(path.begin(), path.end(), '.', '/');
+    std::string path(1, '/');
+    path.reserve(busName.size() + 1);
+    for (char c : busName) path.push_back(c == '.' ? '/' : c);
     return path;
 }
 

@@ -90,7 +90,7 @@ void StreamParser::onField() {
         case Part::chunkType:
             if (field_[0] == audioChunk) part_ = Part::audioLength;
             else if (field_[0] == eventChunk) part_ = Part::eventRecord;
-            else return fail("unknown chunk type " + std::to_string(std::to_integer<int>(field_[0])));
+            else return fail(std::string("unknown chunk type ").append(std::to_string(std::to_integer<int>(field_[0]))));
             break;
         case Part::audioLength:
             remaining_ = nativeU32(field_.data());

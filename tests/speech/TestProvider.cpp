@@ -114,7 +114,7 @@ private:
 
     // A word event for the frames to come, named "w" + first frame.
     bool event(std::size_t first) {
-        const std::string name = "w" + std::to_string(first);
+        const std::string name = std::string("w").append(std::to_string(first));
         const std::uint32_t fields[3] = {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(first + 1),
                                          static_cast<std::uint32_t>(name.size())};
         char record[1 + 1 + sizeof fields] = {2, 1};
