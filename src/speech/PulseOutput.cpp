@@ -18,14 +18,14 @@ constexpr double sliceSeconds = 0.02;
 
 std::unique_ptr<PulseOutput> PulseOutput::open(int channels, double sampleRate) {
     if (channels < 1 || channels > static_cast<int>(PA_CHANNELS_MAX) || !(sampleRate >= 1 && sampleRate <= PA_RATE_MAX)) return nullptr;
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32LE, static_cast<std::uint32_t>(std::lround(sampleRate)),
+    const pa_sample_spec sampleFormat{PA_SAMPLE_FLOAT32LE, static_cast<std::uint32_t>(std::lround(sampleRate)),
                               static_cast<std::uint8_t>(channels)};
     const auto frameBytes = static_cast<std::uint32_t>(sizeof(float) * static_cast<std::size_t>(channels));
     const auto queuedBytes = static_cast<std::uint32_t>(std::ceil(sampleRate * queuedSeconds)) * frameBytes;
     const pa_buffer_attr attributes{static_cast<std::uint32_t>(-1), queuedBytes, static_cast<std::uint32_t>(-1),
                                     static_cast<std::uint32_t>(-1), static_cast<std::uint32_t>(-1)};
     int error = 0;
-    pa_simple* stream = pa_simple_new(nullptr, "Velmora", PA_STREAM_PLAYBACK, nullptr, "Speech", &spec, nullptr,
+    pa_simple* stream = pa_simple_new(nullptr, "Velmora", PA_STREAM_PLAYBACK, nullptr, "Speech", &sampleFormat, nullptr,
                                       &attributes, &error);
     if (!stream) return nullptr;
     return std::unique_ptr<PulseOutput>(new PulseOutput(stream, channels, sampleRate));

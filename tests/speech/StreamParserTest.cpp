@@ -187,5 +187,21 @@ TEST(StreamParserTest, AHugeDeclaredLengthIsStreamedNotReserved) {
     EXPECT_EQ(parser.finish(), Status::truncated);
 }
 
+TEST(StreamParserTest, AnyFlippedByteGivesAnOutcomeAndNoMoreSamplesThanTheBytesHold) {
+    const Bytes good = joined({header(), eventChunk("word"), audioChunk(s16({100, -200, 300})), eventChunk("x"),
+                               audioChunk(s16({400}))});
+    for (std::size_t position = 0; position < good.size(); ++position) {
+        for (unsigned flip : {0x01u, 0x80u, 0xffu}) {
+            Bytes damaged = good;
+            damaged[position] ^= std::byte(flip);
+            for (std::size_t piece : {0, 1, 3}) {
+                const Parsed parsed = parse(framedS16Mono, damaged, piece);
+                EXPECT_NE(parsed.status, Status::reading) << position;
+                EXPECT_LE(parsed.samples.size(), damaged.size() / 2) << position;
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace velmora
