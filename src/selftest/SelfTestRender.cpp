@@ -1,6 +1,6 @@
 #include "selftest/BufferCollector.h"
 #include "selftest/SelfTest.h"
-#include "selftest/SsmlAcceptance.h"
+#include "speech/Ssml.h"
 
 namespace velmora {
 namespace {
@@ -26,7 +26,7 @@ RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text, 
 
 RenderResult SelfTest::renderSsml(AudioRenderer& renderer, const std::string& ssml,
                                   const std::string& voiceIdentifier) {
-    if (!isAcceptedSsml(ssml)) return RenderResult{};
+    if (!isAcceptableSsml(ssml)) return RenderResult{};
     Utterance utterance;
     utterance.text = ssml;
     utterance.isSsml = true;

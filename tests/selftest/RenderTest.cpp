@@ -5,7 +5,6 @@
 #include "selftest/RenderResultPrinting.h"
 #include "selftest/ScriptedRenderer.h"
 #include "selftest/SelfTest.h"
-#include "selftest/SsmlAcceptance.h"
 #include "support/Files.h"
 
 namespace velmora {
@@ -66,20 +65,6 @@ TEST(RenderTest, RefusedSsmlIsNeitherRenderedNorWaitedFor) {
         EXPECT_EQ(SelfTest::renderSsml(renderer, refused, "v"), RenderResult{}) << refused;
     }
     EXPECT_EQ(renderer.writes(), 0);
-}
-
-TEST(RenderTest, SsmlAcceptance) {
-    const std::pair<const char*, bool> cases[] = {
-        {breakSsml, true},
-        {"<?xml version=\"1.0\"?><speak version=\"1.1\" xmlns=\"http://www.w3.org/2001/10/synthesis\">Hi</speak>", true},
-        {"<speak><lang xml:lang=\"en\"><voice name=\"\">Log Out</voice></lang></speak>", true},
-        {"<!-- note --><speak/>", true},
-        {"<speak>unclosed", false},
-        {"<voice>Hi</voice>", false},
-        {"plain text", false},
-        {"", false},
-    };
-    for (const auto& [text, accepted] : cases) EXPECT_EQ(isAcceptedSsml(text), accepted) << text;
 }
 
 }  // namespace

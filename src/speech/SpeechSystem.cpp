@@ -1,0 +1,93 @@
+#include "speech/SpeechSystem.h"
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include <unicode/locid.h>
+
+namespace velmora {
+namespace {
+
+// Voices are read with a time-out that leaves room for the bus to start a provider.
+constexpr std::chrono::seconds voicesTimeout{10};
+
+std::string normalizedTag(std::string_view tag) {
+    std::string normal(tag);
+    for (char& c : normal) {
+        if (c == '_') c = '-';
+        else if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return normal;
+}
+
+std::string primaryLanguage(const std::string& normalTag) { return normalTag.substr(0, normalTag.find('-')); }
+
+std::vector<ProviderVoice> withoutRepeatedIdentifiers(std::vector<ProviderVoice> voices) {
+    std::set<std::string> seen;
+    std::erase_if(voices, [&](const ProviderVoice& voice) { return !seen.insert(voice.voice.identifier).second; });
+    return voices;
+}
+
+}  // namespace
+
+SpeechSystem::SpeechSystem() : SpeechSystem(SpielBus::connectToSession()) {}
+
+SpeechSystem::SpeechSystem(std::shared_ptr<SpielBus> bus) : bus_(std::move(bus)) {}
+
+std::shared_ptr<SpeechSystem> SpeechSystem::shared() {
+    static const std::shared_ptr<SpeechSystem> system = std::make_shared<SpeechSystem>();
+    return system;
+}
+
+void SpeechSystem::updateSpeechVoices() {
+    std::vector<ProviderVoice> voices;
+    if (bus_) voices = withoutRepeatedIdentifiers(bus_->voicesOf(bus_->providerNames(), voicesTimeout));
+    std::lock_guard lock(mutex_);
+    voices_ = std::move(voices);
+    read_ = true;
+}
+
+std::vector<ProviderVoice> SpeechSystem::providerVoices() {
+    {
+        std::lock_guard lock(mutex_);
+        if (read_) return voices_;
+    }
+    updateSpeechVoices();
+    std::lock_guard lock(mutex_);
+    return voices_;
+}
+
+std::vector<SpeechVoice> SpeechSystem::voices() {
+    std::vector<SpeechVoice> voices;
+    for (auto& voice : providerVoices()) voices.push_back(std::move(voice.voice));
+    return voices;
+}
+
+std::optional<SpeechVoice> SpeechSystem::voiceForLanguage(std::string_view language) {
+    const std::string wanted = normalizedTag(language.empty() ? icu::Locale::getDefault().getName() : language);
+    const std::vector<SpeechVoice> all = voices();
+    auto exact = std::find_if(all.begin(), all.end(),
+                              [&](const SpeechVoice& voice) { return normalizedTag(voice.language) == wanted; });
+    if (exact != all.end()) return *exact;
+    auto sameLanguage = std::find_if(all.begin(), all.end(), [&](const SpeechVoice& voice) {
+        return !voice.language.empty() && primaryLanguage(normalizedTag(voice.language)) == primaryLanguage(wanted);
+    });
+    if (sameLanguage != all.end()) return *sameLanguage;
+    return std::nullopt;
+}
+
+std::optional<ProviderVoice> SpeechSystem::find(std::string_view identifier) {
+    for (auto& voice : providerVoices()) {
+        if (voice.voice.identifier == identifier) return voice;
+    }
+    return std::nullopt;
+}
+
+std::optional<ProviderVoice> SpeechSystem::providerVoice(std::string_view identifier) {
+    if (auto voice = find(identifier)) return voice;
+    updateSpeechVoices();
+    return find(identifier);
+}
+
+}  // namespace velmora

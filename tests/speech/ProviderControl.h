@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+// What the test provider received in its last Synthesize call.
+struct ProviderRequest {
+    std::string text;
+    std::string voiceId;
+    double pitch = 0;
+    double rate = 0;
+    bool isSsml = false;
+    std::string language;
+};
+
+// The test provider's own measurement of its last utterance.
+struct ProviderTiming {
+    std::uint64_t firstAudioMicros = 0;
+    std::uint64_t totalMicros = 0;
+};
+
+// Calls the test provider's control interface on the session bus.
+ProviderRequest lastRequest(const std::string& busName);
+ProviderTiming lastTiming(const std::string& busName);
+void addVoice(const std::string& busName, const std::string& name, const std::string& identifier,
+              const std::string& format, const std::vector<std::string>& languages);
+
+}  // namespace velmora::test

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace velmora::test {
+
+// The voices of the test provider; one process serves one set, under its own bus name.
+struct TestVoice {
+    std::string name;
+    std::string identifier;
+    std::string format;
+    std::vector<std::string> languages;
+    // Emulates an engine that makes audio 20 times faster than real time, for the benchmark.
+    bool paced = false;
+};
+
+inline const std::string tonesProvider = "com.tarvenholt.Tones.Speech.Provider";
+inline const std::string chimesProvider = "com.tarvenholt.Chimes.Speech.Provider";
+inline const std::string controlInterface = "com.tarvenholt.TestProvider.Control";
+
+inline std::vector<TestVoice> testVoices(const std::string& set) {
+    const std::string marker = "com.tarvenholt.Velmora.voice.";
+    if (set == "chimes") {
+        return {
+            {"Chime 10", marker + "ios3.it-IT.Chime10", "audio/x-raw,format=S16LE,channels=1,rate=8000", {"it-IT"}},
+            {"chime 9", marker + "extra.Chime9", "audio/x-raw,format=S16LE,channels=1,rate=8000", {"it-IT"}},
+        };
+    }
+    return {
+        {"Raw 16", marker + "ios4.en-US.Raw16", "audio/x-raw,format=S16LE,channels=1,rate=22050", {"en-US"}},
+        {"raw 32", marker + "ios5.de-DE.Raw32", "audio/x-raw,format=F32LE,channels=2,rate=16000", {"de-DE"}},
+        {"Framed 16", marker + "ios6.fr-FR.Framed16", "audio/x-spiel,format=S16LE,channels=2,rate=22050",
+         {"fr-FR", "fr-CA"}},
+        {"Framed 32", marker + "ios7.en-GB.Framed32", "audio/x-spiel,format=F32LE,channels=1,rate=44100", {"en-GB"}},
+        {"Paced", marker + "ios7.en-AU.Paced", "audio/x-raw,format=S16LE,channels=1,rate=22050", {"en-AU"}, true},
+        {"Plain", "org.example.Plain", "audio/x-raw,format=S16LE,channels=1,rate=22050", {"it-IT"}},
+    };
+}
+
+}  // namespace velmora::test
