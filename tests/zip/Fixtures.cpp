@@ -107,7 +107,7 @@ void pythonZip(const std::filesystem::path& archive, const std::filesystem::path
                            {"comment", options.commentLength}, {"streamed", options.streamed},
                            {"entries", nlohmann::json::array()}};
     for (const auto& file : files) spec["entries"].push_back({{"name", file.name}, {"stored", file.stored}});
-    run("python3", {"-c", pythonWriter, spec.dump()});
+    run("/usr/bin/env", {"python3", "-c", pythonWriter, spec.dump()});
 }
 
 void infoZip(const std::filesystem::path& archive, const std::filesystem::path& folder) {
