@@ -146,7 +146,7 @@ TEST(ZipInflate, FailsOnDamagedStreamsLikeZlib) {
 
 TEST(ZipInflate, PassesTheCallbacksErrorThrough) {
     struct Stop {};
-    const std::string stream = test::rawDeflate(test::patterned(10 * 1024 * 1024, 2));
+    const std::string stream = test::rawDeflate(std::string(10 * 1024 * 1024, 'z'));
     int calls = 0;
     EXPECT_THROW(ZipReader::inflate(asBytes(stream),
                                     [&](std::span<const std::byte>) {
