@@ -54,6 +54,8 @@ void OutputFile::write(std::span<const std::byte> bytes) {
 }
 
 void OutputFile::restart() {
+    const off_t position = ::lseek(descriptor_.get(), 0, SEEK_CUR);
+    if (position == 0) return;  // nothing written yet: spare ext4 the flush a truncation brings
     if (::ftruncate(descriptor_.get(), 0) != 0) throwFileError("cannot empty file", shownPath_, errno);
     if (::lseek(descriptor_.get(), 0, SEEK_SET) != 0) throwFileError("cannot rewind file", shownPath_, errno);
 }

@@ -88,9 +88,9 @@ const std::vector<ListingCase>& listingCases() {
              return damagedAt(zip.bytes, zip.directoryOffset + 2, 0x03);
          }, {}, "The archive is damaged (central directory)."},
         {"truncated central directory", [] {
-             auto bytes = buildZip(threeEntries()).bytes;
-             const auto end = test::endRecordOnly(3, static_cast<std::uint32_t>(buildZip(threeEntries()).directoryOffset));
-             bytes.resize(buildZip(threeEntries()).directoryOffset + 60);
+             const auto zip = buildZip(threeEntries());
+             std::vector<std::byte> bytes(zip.bytes.begin(), zip.bytes.begin() + static_cast<long>(zip.directoryOffset) + 60);
+             const auto end = test::endRecordOnly(3, static_cast<std::uint32_t>(zip.directoryOffset));
              bytes.insert(bytes.end(), end.begin(), end.end());
              return bytes;
          }, {}, "The archive is damaged (central directory)."},
