@@ -15,24 +15,24 @@ namespace {
 // descriptors after each entry.
 constexpr const char* pythonWriter = R"(
 import io, json, sys, zipfile
-spec = json.loads(sys.argv[1])
+request = json.loads(sys.argv[1])
 class Unseekable(io.RawIOBase):
     def __init__(self, f): self.f = f
     def writable(self): return True
     def seekable(self): return False
     def write(self, b): return self.f.write(b)
-with open(spec["archive"], "wb") as out:
-    target = Unseekable(out) if spec["streamed"] else out
+with open(request["archive"], "wb") as out:
+    target = Unseekable(out) if request["streamed"] else out
     with zipfile.ZipFile(target, "w") as archive:
-        for entry in spec["entries"]:
+        for entry in request["entries"]:
             info = zipfile.ZipInfo(entry["name"])
             if entry["name"].endswith("/"):
                 archive.writestr(info, b"")
                 continue
             info.compress_type = zipfile.ZIP_STORED if entry["stored"] else zipfile.ZIP_DEFLATED
-            with open(spec["folder"] + "/" + entry["name"], "rb") as source:
+            with open(request["folder"] + "/" + entry["name"], "rb") as source:
                 archive.writestr(info, source.read())
-        archive.comment = b"c" * spec["comment"]
+        archive.comment = b"c" * request["comment"]
 )";
 
 void run(const std::string& program, const std::vector<std::string>& arguments) {
@@ -103,11 +103,11 @@ void writeTree(const std::filesystem::path& folder, const std::vector<SourceFile
 
 void pythonZip(const std::filesystem::path& archive, const std::filesystem::path& folder,
                const std::vector<SourceFile>& files, PythonZipOptions options) {
-    nlohmann::json spec = {{"archive", archive.string()}, {"folder", folder.string()},
+    nlohmann::json request = {{"archive", archive.string()}, {"folder", folder.string()},
                            {"comment", options.commentLength}, {"streamed", options.streamed},
                            {"entries", nlohmann::json::array()}};
-    for (const auto& file : files) spec["entries"].push_back({{"name", file.name}, {"stored", file.stored}});
-    run("/usr/bin/env", {"python3", "-c", pythonWriter, spec.dump()});
+    for (const auto& file : files) request["entries"].push_back({{"name", file.name}, {"stored", file.stored}});
+    run("/usr/bin/env", {"python3", "-c", pythonWriter, request.dump()});
 }
 
 void infoZip(const std::filesystem::path& archive, const std::filesystem::path& folder) {
