@@ -10,5 +10,6 @@ namespace velmora::cli {
 void addStoreCommands(CLI::App& app);
 void addSpeechCommands(CLI::App& app);
 void addRenderCommand(CLI::App& app);
+void addZipCommands(CLI::App& app);
 
 }  // namespace velmora::cli

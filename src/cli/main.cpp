@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     velmora::cli::addStoreCommands(app);
     velmora::cli::addSpeechCommands(app);
     velmora::cli::addRenderCommand(app);
+    velmora::cli::addZipCommands(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

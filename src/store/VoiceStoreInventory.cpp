@@ -82,8 +82,11 @@ bool VoiceStore::isInstalled(const VoiceRelease& release, std::string_view local
 }
 
 std::optional<std::string> VoiceStore::brokerTag(std::string_view tag, std::string_view text) {
-    const std::string opening = "<" + std::string(tag) + ">";
-    const std::string closing = "</" + std::string(tag) + ">";
+    // Built by appending: GCC 12 at -O3 misreports operator+ chains on temporaries (-Wrestrict).
+    std::string opening("<");
+    opening.append(tag).append(">");
+    std::string closing("</");
+    closing.append(tag).append(">");
     const std::size_t open = text.find(opening);
     if (open == std::string_view::npos) return std::nullopt;
     const std::size_t contentStart = open + opening.size();
