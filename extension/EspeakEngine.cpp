@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cctype>
+#include <cstdlib>
 #include <map>
 #include <stdexcept>
 #include <vector>
@@ -34,17 +36,19 @@ std::string lowercase(std::string_view text) {
     return result;
 }
 
-// The languages espeak-ng offers, lower-cased: "en-us", "de", "cmn", ...
-const std::vector<std::string>& availableLanguages() {
-    static const std::vector<std::string> languages = [] {
-        std::vector<std::string> result;
+// The languages espeak-ng offers, lower-cased ("en-us", "de", "cmn", ...), each with the
+// identifier of the voice file that speaks it ("gmw/en-US", "gmw/de", "sit/cmn", ...).
+const std::map<std::string, std::string, std::less<>>& availableLanguages() {
+    static const std::map<std::string, std::string, std::less<>> languages = [] {
+        std::map<std::string, std::string, std::less<>> result;
         const espeak_VOICE** voices = espeak_ListVoices(nullptr);
         for (int i = 0; voices != nullptr && voices[i] != nullptr; ++i) {
+            if (voices[i]->identifier == nullptr) continue;
             // Each entry is a priority byte followed by a language name, repeated, ending with 0.
             for (const char* entry = voices[i]->languages; entry != nullptr && *entry != 0;) {
                 std::string name(entry + 1);
                 entry += name.size() + 2;
-                result.push_back(lowercase(name));
+                result.emplace(lowercase(name), voices[i]->identifier);
             }
         }
         return result;
@@ -57,6 +61,41 @@ const std::map<std::string, std::string, std::less<>>& regionalLanguages() {
     static const std::map<std::string, std::string, std::less<>> table{
         {"zh-cn", "cmn"}, {"zh-tw", "cmn"}, {"zh-hk", "yue"}, {"es-mx", "es-419"}};
     return table;
+}
+
+// espeak-ng reads a time with a fraction, such as time="1.5s", as its whole part in milliseconds
+// (1 ms); written in milliseconds, time="1500ms", it is read right. Rewrites such values.
+std::size_t skipBlanks(std::string_view text, std::size_t at) {
+    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r')) ++at;
+    return at;
+}
+
+std::size_t skipDigits(std::string_view text, std::size_t at) {
+    while (at < text.size() && std::isdigit(static_cast<unsigned char>(text[at]))) ++at;
+    return at;
+}
+
+std::string withTimesInMilliseconds(std::string_view ssml) {
+    std::string result;
+    std::size_t copied = 0;
+    for (std::size_t at = ssml.find("time"); at != std::string_view::npos; at = ssml.find("time", at + 1)) {
+        std::size_t p = skipBlanks(ssml, at + 4);
+        if (p >= ssml.size() || ssml[p] != '=') continue;
+        p = skipBlanks(ssml, p + 1);
+        if (p >= ssml.size() || (ssml[p] != '"' && ssml[p] != '\'')) continue;
+        const std::size_t numberStart = skipBlanks(ssml, p + 1);
+        const std::size_t point = skipDigits(ssml, numberStart);
+        const std::size_t numberEnd = skipDigits(ssml, point + 1);
+        if (point >= ssml.size() || ssml[point] != '.' || numberEnd == point + 1 || numberEnd - numberStart > 12) continue;
+        const std::size_t unit = skipBlanks(ssml, numberEnd);
+        if (unit >= ssml.size() || ssml[unit] != 's') continue;
+        const double seconds = std::strtod(std::string(ssml.substr(numberStart, numberEnd - numberStart)).c_str(), nullptr);
+        result.append(ssml.substr(copied, numberStart - copied));
+        result += std::to_string(std::lround(seconds * 1000.0)) + "ms";
+        copied = unit + 1;
+    }
+    result.append(ssml.substr(copied));
+    return result;
 }
 
 struct SynthesisContext {
@@ -91,7 +130,7 @@ int EspeakEngine::sampleRate() {
 std::string EspeakEngine::languageFor(std::string_view locale) {
     const std::string wanted = lowercase(locale);
     const auto& languages = availableLanguages();
-    auto offered = [&](const std::string& name) { return std::ranges::find(languages, name) != languages.end(); };
+    auto offered = [&](const std::string& name) { return languages.contains(name); };
     if (auto regional = regionalLanguages().find(wanted); regional != regionalLanguages().end() && offered(regional->second)) {
         return regional->second;
     }
@@ -103,8 +142,9 @@ std::string EspeakEngine::languageFor(std::string_view locale) {
 
 bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::string& language,
                               const VoiceParameters& voice, const SampleSink& sink) {
-    if (espeak_ng_SetVoiceByName((language + "+" + voice.variant).c_str()) != ENS_OK &&
-        espeak_ng_SetVoiceByName(language.c_str()) != ENS_OK) {
+    auto file = availableLanguages().find(language);
+    if (file == availableLanguages().end() ||
+        espeak_ng_SetVoiceByName((file->second + "+" + voice.variant).c_str()) != ENS_OK) {
         return false;
     }
     espeak_SetParameter(espeakRATE, voice.wordsPerMinute, 0);
@@ -113,9 +153,10 @@ bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::str
     espeak_SetParameter(espeakWORDGAP, voice.wordGap, 0);
 
     SynthesisContext context{&sink};
+    const std::string input = ssml ? withTimesInMilliseconds(text) : text;
     const unsigned flags = espeakCHARS_UTF8 | (ssml ? espeakSSML : 0u);
     const espeak_ng_STATUS status =
-        espeak_ng_Synthesize(text.c_str(), text.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
+        espeak_ng_Synthesize(input.c_str(), input.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
     return status == ENS_OK && !context.stopped;
 }
 

@@ -45,6 +45,11 @@ int main() {
     try {
         serve();
         return 0;
+    } catch (const sdbus::Error& error) {
+        // The session ended: nothing is left to serve.
+        if (error.getName() == "org.freedesktop.DBus.Error.Disconnected") return 0;
+        std::cerr << "VelmoraVoice: " << error.what() << '\n';
+        return 1;
     } catch (const std::exception& error) {
         std::cerr << "VelmoraVoice: " << error.what() << '\n';
         return 1;
