@@ -15,7 +15,7 @@ namespace {
 
 using PacksTest = ProviderTest;
 
-const std::string sentence = "This is the enhanced voice, downloaded from Apple.";
+const std::string sentence = "This is the enhanced voice, read from the pack.";
 
 TEST_F(PacksTest, AnInstalledPackChangesTheSamplesAtOnceAndItsRemovalBringsTheCompactVoiceBack) {
     const std::string voice = voiceId("ios5", "en-US");
