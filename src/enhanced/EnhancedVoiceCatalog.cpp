@@ -133,8 +133,12 @@ const std::string& EnhancedVoiceCatalog::url() {
 }
 
 std::vector<EnhancedVoice> EnhancedVoiceCatalog::fetch(std::stop_token stop) {
+    return fetch(url(), std::move(stop));
+}
+
+std::vector<EnhancedVoice> EnhancedVoiceCatalog::fetch(const std::string& address, std::stop_token stop) {
     std::vector<std::byte> body;
-    HttpTransfer transfer(url());
+    HttpTransfer transfer(address);
     const long status = transfer.run(
         [&body](std::span<const std::byte> piece, std::int64_t) {
             if (body.size() + piece.size() > largestCatalog) throw Failure::unreadable();
