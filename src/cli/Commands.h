@@ -8,5 +8,6 @@ namespace velmora::cli {
 // prints its result on standard output and throws on failure; main() turns the exception's
 // text into a line on standard error and exit status 1.
 void addStoreCommands(CLI::App& app);
+void addZipCommands(CLI::App& app);
 
 }  // namespace velmora::cli

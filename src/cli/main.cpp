@@ -8,6 +8,7 @@ int main(int argc, char** argv) {
     app.name("velmora-cli");
     app.require_subcommand(1);
     velmora::cli::addStoreCommands(app);
+    velmora::cli::addZipCommands(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

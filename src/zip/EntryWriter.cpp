@@ -1,0 +1,72 @@
+#include "zip/EntryWriter.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <fcntl.h>
+
+#include "zip/Crc32.h"
+#include "zip/ZipFormat.h"
+
+namespace velmora {
+namespace zip {
+namespace {
+
+ZipReader::Failure lengthMismatch(const ZipReader::Entry& entry, std::int64_t count) {
+    return ZipReader::Failure::corrupt(entry.name + " is " + std::to_string(count) + " bytes, expected " +
+                                       std::to_string(entry.uncompressedSize));
+}
+
+// The running CRC register and byte count of one entry's written data.
+struct Written {
+    std::uint32_t crcRegister = 0xFFFFFFFF;
+    std::int64_t count = 0;
+
+    void add(std::span<const std::byte> piece) {
+        crcRegister = fastCrc32(piece, crcRegister);
+        count += static_cast<std::int64_t>(piece.size());
+    }
+};
+
+void writeStored(std::span<const std::byte> body, OutputFile& file, Written& written) {
+    for (std::size_t offset = 0; offset < body.size(); offset += ZipReader::stepSize) {
+        const auto piece = body.subspan(offset, std::min(ZipReader::stepSize, body.size() - offset));
+        file.write(piece);
+        written.add(piece);
+    }
+}
+
+// Output is stopped the moment it would pass the recorded size, so a small archive cannot fill
+// the disk; the length message then counts the bytes decoded so far.
+void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file, Written& written) {
+    ZipReader::inflate(body, [&](std::span<const std::byte> piece) {
+        const std::int64_t decoded = written.count + static_cast<std::int64_t>(piece.size());
+        if (decoded > entry.uncompressedSize) throw lengthMismatch(entry, decoded);
+        file.write(piece);
+        written.add(piece);
+    });
+}
+
+}  // namespace
+
+void writeEntryBody(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file) {
+    Written written;
+    if (entry.method == format::deflated) {
+        writeDeflated(entry, body, file, written);
+    } else if (entry.method == format::stored) {
+        writeStored(body, file, written);
+    } else {
+        throw ZipReader::Failure::unsupportedCompression(entry.method);
+    }
+    if (written.count != entry.uncompressedSize) throw lengthMismatch(entry, written.count);
+    if (~written.crcRegister != entry.crc32) throw ZipReader::Failure::corrupt("checksum of " + entry.name);
+}
+
+}  // namespace zip
+
+void ZipReader::write(const Entry& entry, std::span<const std::byte> archive, const std::filesystem::path& destination) {
+    const auto entryBody = body(entry, archive);
+    auto file = zip::OutputFile::create(AT_FDCWD, destination.string(), destination);
+    zip::writeEntryBody(entry, entryBody, file);
+}
+
+}  // namespace velmora

@@ -1,0 +1,121 @@
+// Listing: the end record, the central directory, and each entry's data range.
+#include <algorithm>
+#include <cstdint>
+
+#include "zip/ByteCursor.h"
+#include "zip/Utf8.h"
+#include "zip/ZipFormat.h"
+#include "zip/ZipReader.h"
+
+namespace velmora {
+namespace {
+
+using zip::ByteCursor;
+namespace format = zip::format;
+
+bool signatureAt(std::span<const std::byte> archive, std::uint64_t position, std::uint32_t signature) {
+    if (position > archive.size() || archive.size() - position < 4) return false;
+    for (int i = 0; i < 4; ++i) {
+        if (std::to_integer<std::uint32_t>(archive[position + i]) != ((signature >> (8 * i)) & 0xFF)) return false;
+    }
+    return true;
+}
+
+// Searches backwards from the last place the record fits, so the occurrence nearest the end
+// wins; a buffer shorter than the record has nowhere to search.
+std::uint64_t findEndRecord(std::span<const std::byte> archive) {
+    const auto length = static_cast<std::int64_t>(archive.size());
+    const auto window = static_cast<std::int64_t>(format::endSearchWindow);
+    const std::int64_t lowest = length >= window ? length - window : 0;
+    for (std::int64_t p = length - static_cast<std::int64_t>(format::endSize); p >= lowest; --p) {
+        if (signatureAt(archive, static_cast<std::uint64_t>(p), format::endSignature)) return static_cast<std::uint64_t>(p);
+    }
+    throw ZipReader::Failure::notAZip();
+}
+
+// Zip64 and split archives would otherwise fail later with a misleading "damaged" message.
+void refuseUnsupportedArchive(std::span<const std::byte> archive, std::uint64_t endRecord, ByteCursor& record) {
+    if (endRecord >= format::zip64LocatorSize &&
+        signatureAt(archive, endRecord - format::zip64LocatorSize, format::zip64LocatorSignature)) {
+        throw ZipReader::Failure::unsupportedFeature("zip64 extensions");
+    }
+    const std::uint16_t thisDisk = record.u16();
+    const std::uint16_t directoryDisk = record.u16();
+    if (thisDisk != 0 || directoryDisk != 0) throw ZipReader::Failure::unsupportedFeature("multiple disks");
+}
+
+void refuseUnsupportedEntry(std::uint16_t flags, std::uint16_t startDisk, std::uint32_t compressedSize,
+                            std::uint32_t uncompressedSize, std::uint32_t localHeaderOffset) {
+    if ((flags & format::encryptedFlag) != 0) throw ZipReader::Failure::unsupportedFeature("encryption");
+    if (compressedSize == format::zip64Marker || uncompressedSize == format::zip64Marker ||
+        localHeaderOffset == format::zip64Marker || startDisk == 0xFFFF) {
+        throw ZipReader::Failure::unsupportedFeature("zip64 extensions");
+    }
+    if (startDisk != 0) throw ZipReader::Failure::unsupportedFeature("multiple disks");
+}
+
+// Reads the record at `position` and moves `position` to the next one.
+ZipReader::Entry readCentralRecord(std::span<const std::byte> archive, std::uint64_t& position) {
+    ByteCursor record(archive, position, ZipReader::Failure::corrupt("central directory"));
+    record.require(format::centralSize);
+    if (record.u32() != format::centralSignature) throw ZipReader::Failure::corrupt("central directory");
+    record.skip(4);  // versions
+    const std::uint16_t flags = record.u16();
+    ZipReader::Entry entry;
+    entry.method = record.u16();
+    record.skip(4);  // time, date
+    entry.crc32 = record.u32();
+    const std::uint32_t compressedSize = record.u32();
+    const std::uint32_t uncompressedSize = record.u32();
+    const std::uint16_t nameLength = record.u16();
+    const std::uint16_t extraLength = record.u16();
+    const std::uint16_t commentLength = record.u16();
+    const std::uint16_t startDisk = record.u16();
+    record.skip(6);  // attributes
+    const std::uint32_t localHeaderOffset = record.u32();
+    refuseUnsupportedEntry(flags, startDisk, compressedSize, uncompressedSize, localHeaderOffset);
+    entry.compressedSize = compressedSize;
+    entry.uncompressedSize = uncompressedSize;
+    entry.localHeaderOffset = localHeaderOffset;
+    entry.name = zip::decodeUtf8Lossy(record.take(nameLength));
+    position += format::centralSize + nameLength + extraLength + commentLength;
+    return entry;
+}
+
+}  // namespace
+
+std::vector<ZipReader::Entry> ZipReader::entries(std::span<const std::byte> archive) {
+    const std::uint64_t endRecord = findEndRecord(archive);
+    ByteCursor record(archive, endRecord + 4, Failure::notAZip());
+    refuseUnsupportedArchive(archive, endRecord, record);
+    record.skip(2);  // records on this disk
+    const std::uint16_t total = record.u16();
+    record.skip(4);  // directory size
+    std::uint64_t position = record.u32();
+    if (total == 0) return {};
+
+    std::vector<Entry> list;
+    // Reserve no more than the bytes after the offset could hold, whatever the total claims.
+    const std::uint64_t room = position < archive.size() ? (archive.size() - position) / format::centralSize : 0;
+    list.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(total, room)));
+    for (std::uint16_t i = 0; i < total; ++i) list.push_back(readCentralRecord(archive, position));
+    return list;
+}
+
+std::span<const std::byte> ZipReader::body(const Entry& entry, std::span<const std::byte> archive) {
+    const auto headerOffset = static_cast<std::uint64_t>(entry.localHeaderOffset);
+    ByteCursor header(archive, headerOffset, Failure::corrupt("header of " + entry.name));
+    header.require(format::localSize);
+    if (header.u32() != format::localSignature) throw Failure::corrupt("header of " + entry.name);
+    header.skip(22);
+    const std::uint16_t nameLength = header.u16();
+    const std::uint16_t extraLength = header.u16();
+    // The local header's own lengths rule here: writers may put a longer extra field (such as
+    // alignment padding) in the local header than in the central record.
+    const std::uint64_t start = headerOffset + format::localSize + nameLength + extraLength;
+    const auto size = static_cast<std::uint64_t>(entry.compressedSize);
+    if (start > archive.size() || size > archive.size() - start) throw Failure::corrupt("body of " + entry.name);
+    return archive.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(size));
+}
+
+}  // namespace velmora
