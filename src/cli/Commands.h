@@ -9,5 +9,6 @@ namespace velmora::cli {
 // text into a line on standard error and exit status 1.
 void addStoreCommands(CLI::App& app);
 void addZipCommands(CLI::App& app);
+void addEnhancedCommands(CLI::App& app);
 
 }  // namespace velmora::cli

@@ -9,6 +9,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     velmora::cli::addStoreCommands(app);
     velmora::cli::addZipCommands(app);
+    velmora::cli::addEnhancedCommands(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
