@@ -4,7 +4,9 @@
 #include <cstdlib>
 
 #include "CatalogFixture.h"
+#include "EnhancedWorld.h"
 #include "LoopbackServer.h"
+#include "TlsFixture.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/TransferFailure.h"
 
@@ -240,6 +242,44 @@ TEST(CatalogTest, FetchFailsWithTheTransfersError) {
     } catch (const TransferFailure& failure) {
         EXPECT_EQ(failure.kind(), TransferFailure::Kind::cancelled);
     }
+}
+
+TEST(CatalogTest, MirrorIsTrustedThroughTheExtraCertificateAuthority) {
+    const auto folder = EnhancedWorld::scratch();
+    const TlsIdentity identity = makeSelfSignedIdentity(folder);
+    const std::string catalog = catalogXml({assetXml({})});
+    LoopbackServer mirror(
+        [&](httplib::Server& routes) {
+            routes.Get("/catalog.xml", [&](const httplib::Request&, httplib::Response& response) {
+                response.set_content(catalog, "application/xml");
+            });
+        },
+        identity);
+    const struct {
+        const char* name;
+        std::string caFile;
+        bool trusted;
+    } cases[] = {
+        {"system authorities only", "", false},
+        {"the mirror's authority added", identity.certificate.string(), true},
+        {"an authority file that is missing", (folder / "missing.pem").string(), false},
+    };
+    for (const auto& c : cases) {
+        if (c.caFile.empty()) {
+            ::unsetenv("VELMORA_CA_FILE");
+        } else {
+            ::setenv("VELMORA_CA_FILE", c.caFile.c_str(), 1);
+        }
+        try {
+            EXPECT_EQ(EnhancedVoiceCatalog::fetch(mirror.url("/catalog.xml")).size(), 1u) << c.name;
+            EXPECT_TRUE(c.trusted) << c.name << ": fetched";
+        } catch (const TransferFailure& failure) {
+            EXPECT_FALSE(c.trusted) << c.name << ": " << failure.what() << " " << failure.detail();
+            EXPECT_EQ(failure.kind(), TransferFailure::Kind::insecure) << c.name;
+            EXPECT_STREQ(failure.what(), "A secure connection to the server could not be made.");
+        }
+    }
+    ::unsetenv("VELMORA_CA_FILE");
 }
 
 }  // namespace

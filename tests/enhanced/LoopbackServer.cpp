@@ -4,23 +4,27 @@
 
 namespace velmora::test {
 
-LoopbackServer::LoopbackServer(const std::function<void(httplib::Server&)>& routes) {
-    routes(server_);
+LoopbackServer::LoopbackServer(const std::function<void(httplib::Server&)>& routes,
+                               const std::optional<TlsIdentity>& tls)
+    : server_(tls ? std::make_unique<httplib::SSLServer>(tls->certificate.c_str(), tls->key.c_str())
+                  : std::make_unique<httplib::Server>()),
+      scheme_(tls ? "https" : "http") {
+    routes(*server_);
     // The socket listens once bound, so requests made before the thread accepts simply wait.
-    port_ = server_.bind_to_any_port("127.0.0.1");
+    port_ = server_->bind_to_any_port("127.0.0.1");
     if (port_ <= 0) throw std::runtime_error("cannot bind a loopback port");
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    thread_ = std::thread([this] { server_->listen_after_bind(); });
     // stop() only reaches a server that is already running.
-    while (!server_.is_running()) std::this_thread::yield();
+    while (!server_->is_running()) std::this_thread::yield();
 }
 
 LoopbackServer::~LoopbackServer() {
-    server_.stop();
+    server_->stop();
     thread_.join();
 }
 
 std::string LoopbackServer::url(const std::string& path) const {
-    return "http://127.0.0.1:" + std::to_string(port_) + path;
+    return scheme_ + "://127.0.0.1:" + std::to_string(port_) + path;
 }
 
 std::string LoopbackServer::closedUrl(const std::string& path) {

@@ -2,17 +2,27 @@
 
 #include <httplib.h>
 
+#include <filesystem>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
 namespace velmora::test {
 
-// An HTTP server on 127.0.0.1 at a free port, running on a thread of its own for the lifetime
-// of the object. Routes are set up before it starts.
+// A certificate and its private key, PEM files, for a server that speaks TLS.
+struct TlsIdentity {
+    std::filesystem::path certificate;
+    std::filesystem::path key;
+};
+
+// An HTTP (or, given an identity, HTTPS) server on 127.0.0.1 at a free port, running on a
+// thread of its own for the lifetime of the object. Routes are set up before it starts.
 class LoopbackServer {
 public:
-    explicit LoopbackServer(const std::function<void(httplib::Server&)>& routes);
+    explicit LoopbackServer(const std::function<void(httplib::Server&)>& routes,
+                            const std::optional<TlsIdentity>& tls = std::nullopt);
     ~LoopbackServer();
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
@@ -24,7 +34,8 @@ public:
     static std::string closedUrl(const std::string& path);
 
 private:
-    httplib::Server server_;
+    std::unique_ptr<httplib::Server> server_;
+    std::string scheme_;
     int port_ = 0;
     std::thread thread_;
 };
