@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <mutex>
+#include <new>
 
 #include "enhanced/TransferFailure.h"
 #include "store/Environment.h"
@@ -119,8 +120,10 @@ CURLcode HttpTransfer::State::perform(std::stop_token stop) {
     return result;
 }
 
-HttpTransfer::HttpTransfer(const std::string& url) : state_(std::make_unique<State>()) {
+HttpTransfer::HttpTransfer(const std::string& url) {
     initialiseCurlOnce();
+    state_ = std::make_unique<State>();
+    if (!state_->easy) throw std::bad_alloc();
     state_->url = url;
 }
 
