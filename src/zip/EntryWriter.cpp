@@ -6,6 +6,7 @@
 
 #include "zip/Crc32.h"
 #include "zip/ZipFormat.h"
+#include "zip/ZlibInflate.h"
 
 namespace velmora {
 namespace zip {
@@ -35,10 +36,13 @@ void writeStored(std::span<const std::byte> body, OutputFile& file, Written& wri
     }
 }
 
+using Inflate = void (*)(std::span<const std::byte>, const std::function<void(std::span<const std::byte>)>&);
+
 // Output is stopped the moment it would pass the recorded size, so a small archive cannot fill
 // the disk; the length message then counts the bytes decoded so far.
-void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file, Written& written) {
-    ZipReader::inflate(body, [&](std::span<const std::byte> piece) {
+void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file, Written& written,
+                   Inflate inflate) {
+    inflate(body, [&](std::span<const std::byte> piece) {
         const std::int64_t decoded = written.count + static_cast<std::int64_t>(piece.size());
         if (decoded > entry.uncompressedSize) throw lengthMismatch(entry, decoded);
         file.write(piece);
@@ -46,19 +50,37 @@ void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> bod
     });
 }
 
+void verify(const ZipReader::Entry& entry, const Written& written) {
+    if (written.count != entry.uncompressedSize) throw lengthMismatch(entry, written.count);
+    if (~written.crcRegister != entry.crc32) throw ZipReader::Failure::corrupt("checksum of " + entry.name);
+}
+
+void writeAndVerifyDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file,
+                            Inflate inflate) {
+    Written written;
+    writeDeflated(entry, body, file, written, inflate);
+    verify(entry, written);
+}
+
 }  // namespace
 
 void writeEntryBody(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file) {
-    Written written;
     if (entry.method == format::deflated) {
-        writeDeflated(entry, body, file, written);
-    } else if (entry.method == format::stored) {
-        writeStored(body, file, written);
-    } else {
-        throw ZipReader::Failure::unsupportedCompression(entry.method);
+        try {
+            writeAndVerifyDeflated(entry, body, file, ZipReader::inflate);
+        } catch (const ZipReader::Failure&) {
+            // ISA-L accepts some damaged streams that zlib refuses (incomplete Huffman codes) and
+            // names a cut stream differently. A damaged entry is rare, so it is decoded again by
+            // zlib, the reference, whose output and verdict stand.
+            file.restart();
+            writeAndVerifyDeflated(entry, body, file, zlibInflate);
+        }
+        return;
     }
-    if (written.count != entry.uncompressedSize) throw lengthMismatch(entry, written.count);
-    if (~written.crcRegister != entry.crc32) throw ZipReader::Failure::corrupt("checksum of " + entry.name);
+    if (entry.method != format::stored) throw ZipReader::Failure::unsupportedCompression(entry.method);
+    Written written;
+    writeStored(body, file, written);
+    verify(entry, written);
 }
 
 }  // namespace zip

@@ -36,7 +36,9 @@ OutputFile OutputFile::create(int directoryFd, const std::string& name, const st
     struct stat status {};
     if (::fstat(file.get(), &status) != 0) throwFileError("cannot create file", shownPath, errno);
     if (!S_ISREG(status.st_mode)) throwFileError("cannot replace a special file", shownPath, EEXIST);
-    if (::ftruncate(file.get(), 0) != 0) throwFileError("cannot empty file", shownPath, errno);
+    // Only an existing file is truncated: ext4 flushes a file to disk on close once it has been
+    // truncated, which would make every fresh file of an unpack wait for the disk.
+    if (status.st_size != 0 && ::ftruncate(file.get(), 0) != 0) throwFileError("cannot empty file", shownPath, errno);
     return OutputFile(std::move(file), shownPath);
 }
 
@@ -49,6 +51,11 @@ void OutputFile::write(std::span<const std::byte> bytes) {
         }
         bytes = bytes.subspan(static_cast<std::size_t>(written));
     }
+}
+
+void OutputFile::restart() {
+    if (::ftruncate(descriptor_.get(), 0) != 0) throwFileError("cannot empty file", shownPath_, errno);
+    if (::lseek(descriptor_.get(), 0, SEEK_SET) != 0) throwFileError("cannot rewind file", shownPath_, errno);
 }
 
 }  // namespace velmora::zip

@@ -33,6 +33,8 @@ public:
 
     // Appends all of `bytes`.
     void write(std::span<const std::byte> bytes);
+    // Empties the file and starts writing again from its start.
+    void restart();
 
 private:
     OutputFile(Descriptor descriptor, std::filesystem::path shownPath)

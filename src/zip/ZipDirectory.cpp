@@ -33,15 +33,40 @@ std::uint64_t findEndRecord(std::span<const std::byte> archive) {
     throw ZipReader::Failure::notAZip();
 }
 
+// The fields of the end record that the reader uses.
+struct EndRecord {
+    std::uint64_t position;
+    std::uint16_t thisDisk;
+    std::uint16_t directoryDisk;
+    std::uint16_t total;
+    std::uint32_t directorySize;
+    std::uint32_t directoryOffset;
+};
+
+EndRecord readEndRecord(std::span<const std::byte> archive) {
+    EndRecord end{};
+    end.position = findEndRecord(archive);
+    ByteCursor record(archive, end.position + 4, ZipReader::Failure::notAZip());
+    end.thisDisk = record.u16();
+    end.directoryDisk = record.u16();
+    record.skip(2);  // records on this disk
+    end.total = record.u16();
+    end.directorySize = record.u32();
+    end.directoryOffset = record.u32();
+    return end;
+}
+
 // Zip64 and split archives would otherwise fail later with a misleading "damaged" message.
-void refuseUnsupportedArchive(std::span<const std::byte> archive, std::uint64_t endRecord, ByteCursor& record) {
-    if (endRecord >= format::zip64LocatorSize &&
-        signatureAt(archive, endRecord - format::zip64LocatorSize, format::zip64LocatorSignature)) {
-        throw ZipReader::Failure::unsupportedFeature("zip64 extensions");
-    }
-    const std::uint16_t thisDisk = record.u16();
-    const std::uint16_t directoryDisk = record.u16();
-    if (thisDisk != 0 || directoryDisk != 0) throw ZipReader::Failure::unsupportedFeature("multiple disks");
+// A zip64 locator alone is not enough: Info-ZIP zip writes zip64 end records for input read
+// from a pipe even when every value fits the 32-bit fields, and such archives read fine. Only a
+// field that holds the "see the zip64 record" marker makes the archive unreadable here.
+void refuseUnsupportedArchive(std::span<const std::byte> archive, const EndRecord& end) {
+    const bool locator = end.position >= format::zip64LocatorSize &&
+                         signatureAt(archive, end.position - format::zip64LocatorSize, format::zip64LocatorSignature);
+    const bool marked = end.total == 0xFFFF || end.thisDisk == 0xFFFF || end.directoryDisk == 0xFFFF ||
+                        end.directorySize == format::zip64Marker || end.directoryOffset == format::zip64Marker;
+    if (locator && marked) throw ZipReader::Failure::unsupportedFeature("zip64 extensions");
+    if (end.thisDisk != 0 || end.directoryDisk != 0) throw ZipReader::Failure::unsupportedFeature("multiple disks");
 }
 
 void refuseUnsupportedEntry(std::uint16_t flags, std::uint16_t startDisk, std::uint32_t compressedSize,
@@ -85,20 +110,16 @@ ZipReader::Entry readCentralRecord(std::span<const std::byte> archive, std::uint
 }  // namespace
 
 std::vector<ZipReader::Entry> ZipReader::entries(std::span<const std::byte> archive) {
-    const std::uint64_t endRecord = findEndRecord(archive);
-    ByteCursor record(archive, endRecord + 4, Failure::notAZip());
-    refuseUnsupportedArchive(archive, endRecord, record);
-    record.skip(2);  // records on this disk
-    const std::uint16_t total = record.u16();
-    record.skip(4);  // directory size
-    std::uint64_t position = record.u32();
-    if (total == 0) return {};
+    const EndRecord end = readEndRecord(archive);
+    if (end.total == 0) return {};
+    refuseUnsupportedArchive(archive, end);
 
+    std::uint64_t position = end.directoryOffset;
     std::vector<Entry> list;
     // Reserve no more than the bytes after the offset could hold, whatever the total claims.
     const std::uint64_t room = position < archive.size() ? (archive.size() - position) / format::centralSize : 0;
-    list.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(total, room)));
-    for (std::uint16_t i = 0; i < total; ++i) list.push_back(readCentralRecord(archive, position));
+    list.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(end.total, room)));
+    for (std::uint16_t i = 0; i < end.total; ++i) list.push_back(readCentralRecord(archive, position));
     return list;
 }
 

@@ -22,7 +22,10 @@ ZipReader::Failure ZipReader::Failure::notAZip() {
 }
 
 ZipReader::Failure ZipReader::Failure::unsafeName(std::string name) {
-    const std::string text = "The archive holds an unsafe file name (" + name + ").";
+    // A NUL byte would end what() early; it is shown as U+FFFD instead.
+    std::string shown;
+    for (const char c : name) shown += c == '\0' ? std::string("\uFFFD") : std::string(1, c);
+    const std::string text = "The archive holds an unsafe file name (" + shown + ").";
     return {Kind::unsafeName, 0, std::move(name), text};
 }
 
