@@ -1,9 +1,9 @@
 // Installs one voice archive served from loopback with velmora-cli, and does the same by hand
 // with the tools a user would type (curl -o, sha1sum, unzip -q, mv), in the same run on the
 // same files. Prints wall time and peak memory of each.
+#include <fcntl.h>
 #include <httplib.h>
 #include <openssl/evp.h>
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,14 +73,20 @@ Run runProgram(const std::vector<std::string>& command, const std::vector<std::s
 std::string catalogFor(const std::string& archiveUrl, const fs::path& archive) {
     const auto digest = velmora::Sha1::ofFile(archive);
     std::string base64(64, '\0');
-    base64.resize(static_cast<std::size_t>(EVP_EncodeBlock(reinterpret_cast<unsigned char*>(base64.data()),
-                                                           reinterpret_cast<const unsigned char*>(digest.data()),
-                                                           static_cast<int>(digest.size()))));
+    base64.resize(static_cast<std::size_t>(EVP_EncodeBlock(
+        reinterpret_cast<unsigned char*>(base64.data()),
+        reinterpret_cast<const unsigned char*>(digest.data()), static_cast<int>(digest.size()))));
     return "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Assets</key><array><dict>"
            "<key>FormatVersion</key><string>4</string><key>Language</key><string>en-US</string>"
-           "<key>__BaseURL</key><string>" + archiveUrl + "</string><key>__RelativePath</key><string></string>"
-           "<key>_Measurement</key><data>" + base64 + "</data>"
-           "<key>_DownloadSize</key><integer>" + std::to_string(fs::file_size(archive)) + "</integer>"
+           "<key>__BaseURL</key><string>" +
+           archiveUrl +
+           "</string><key>__RelativePath</key><string></string>"
+           "<key>_Measurement</key><data>" +
+           base64 +
+           "</data>"
+           "<key>_DownloadSize</key><integer>" +
+           std::to_string(fs::file_size(archive)) +
+           "</integer>"
            "</dict></array></dict></plist>";
 }
 
@@ -94,8 +100,9 @@ Comparison compareOnce(const fs::path& work, const std::string& url) {
     Comparison result;
     const fs::path groups = work / "groups";
     fs::remove_all(groups);
-    result.ours = runProgram({VELMORA_CLI, "install", "ios6/en-US"},
-                             {"VELMORA_APP_GROUPS_ROOT=" + groups.string(), "VELMORA_CATALOG_URL=" + url + "/catalog.xml"});
+    result.ours = runProgram(
+        {VELMORA_CLI, "install", "ios6/en-US"},
+        {"VELMORA_APP_GROUPS_ROOT=" + groups.string(), "VELMORA_CATALOG_URL=" + url + "/catalog.xml"});
     const fs::path peer = work / "peer";
     fs::remove_all(peer);
     fs::create_directories(peer);
@@ -116,7 +123,8 @@ Comparison compareOnce(const fs::path& work, const std::string& url) {
 
 void benchArchive(const fs::path& work, int megabytes, int rounds) {
     const fs::path archive = work / ("voice-" + std::to_string(megabytes) + "MB.zip");
-    if (!fs::exists(archive)) runProgram({"python3", MAKE_ARCHIVE, archive.string(), std::to_string(megabytes)});
+    if (!fs::exists(archive))
+        runProgram({"python3", MAKE_ARCHIVE, archive.string(), std::to_string(megabytes)});
     const velmora::MappedFile bytes = velmora::MappedFile::open(archive);
     httplib::Server server;
     const int port = server.bind_to_any_port("127.0.0.1");
@@ -127,24 +135,27 @@ void benchArchive(const fs::path& work, int megabytes, int rounds) {
     });
     server.Get("/voice.zip", [&](const httplib::Request&, httplib::Response& response) {
         const auto data = bytes.bytes();
-        response.set_content_provider(data.size(), "application/zip",
-                                      [data](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                                          return sink.write(reinterpret_cast<const char*>(data.data()) + offset,
-                                                            std::min<std::size_t>(length, 1 << 20));
-                                      });
+        response.set_content_provider(
+            data.size(), "application/zip",
+            [data](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                return sink.write(reinterpret_cast<const char*>(data.data()) + offset,
+                                  std::min<std::size_t>(length, 1 << 20));
+            });
     });
     std::thread listener([&] { server.listen_after_bind(); });
-    std::printf("archive %s: %.1f MB\n", archive.filename().c_str(), static_cast<double>(fs::file_size(archive)) / 1e6);
+    std::printf("archive %s: %.1f MB\n", archive.filename().c_str(),
+                static_cast<double>(fs::file_size(archive)) / 1e6);
     std::printf("%-8s %10s %10s %12s %12s %14s\n", "round", "ours s", "peer s", "ours/peer", "ours peak MB",
                 "ours anon MB");
     std::vector<double> ratios;
     for (int round = 1; round <= rounds; ++round) {
         const Comparison c = compareOnce(work, url);
         ratios.push_back(c.ours.seconds / c.peer.seconds);
-        std::printf("%-8d %10.3f %10.3f %12.2f %12.1f %14.1f   (curl %.3f, sha1sum %.3f, unzip %.3f, mv %.3f)\n",
-                    round, c.ours.seconds, c.peer.seconds, ratios.back(), c.ours.peakKb / 1024.0,
-                    c.ours.peakAnonKb / 1024.0, c.peerSteps[0].seconds, c.peerSteps[1].seconds,
-                    c.peerSteps[2].seconds, c.peerSteps[3].seconds);
+        std::printf(
+            "%-8d %10.3f %10.3f %12.2f %12.1f %14.1f   (curl %.3f, sha1sum %.3f, unzip %.3f, mv %.3f)\n",
+            round, c.ours.seconds, c.peer.seconds, ratios.back(), c.ours.peakKb / 1024.0,
+            c.ours.peakAnonKb / 1024.0, c.peerSteps[0].seconds, c.peerSteps[1].seconds,
+            c.peerSteps[2].seconds, c.peerSteps[3].seconds);
     }
     std::ranges::sort(ratios);
     std::printf("median ours/peer: %.2f (target at most 0.50)\n\n", ratios[ratios.size() / 2]);

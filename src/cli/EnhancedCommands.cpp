@@ -138,8 +138,8 @@ void printCatalog(bool asJson) {
     }
     if (voices.empty()) std::cout << "Apple's voice catalog lists no voices.\n";
     for (const auto& voice : voices) {
-        std::cout << voice.id() << '\t' << displayName(voice) << '\t' << formatByteCount(voice.downloadSize) << '\t'
-                  << stateOf(voice) << '\n';
+        std::cout << voice.id() << '\t' << displayName(voice) << '\t' << formatByteCount(voice.downloadSize)
+                  << '\t' << stateOf(voice) << '\n';
     }
 }
 
@@ -147,14 +147,16 @@ void printCatalog(bool asJson) {
 std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, std::stop_token stop) {
     for (const auto& id : ids) {
         if (!VoiceId::parse(id)) {
-            throw CommandError("\"" + id + "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
+            throw CommandError("\"" + id +
+                               "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
                                "with RELEASE one of ios5, ios6, ios7.");
         }
     }
     const auto catalog = EnhancedVoiceCatalog::fetch(stop);
     std::vector<EnhancedVoice> voices;
     for (const auto& id : ids) {
-        auto found = std::ranges::find_if(catalog, [&id](const EnhancedVoice& voice) { return voice.id() == id; });
+        auto found =
+            std::ranges::find_if(catalog, [&id](const EnhancedVoice& voice) { return voice.id() == id; });
         if (found == catalog.end()) throw CommandError(id + " is not in Apple's voice catalog.");
         voices.push_back(*found);
     }
@@ -182,7 +184,8 @@ void installVoices(const std::vector<std::string>& ids) {
 }  // namespace
 
 void addEnhancedCommands(CLI::App& app) {
-    auto* catalog = app.add_subcommand("catalog", "List the enhanced voices of Apple's catalog, installed or not");
+    auto* catalog =
+        app.add_subcommand("catalog", "List the enhanced voices of Apple's catalog, installed or not");
     auto catalogAsJson = std::make_shared<bool>(false);
     catalog->add_flag("--json", *catalogAsJson, "Print the list as JSON");
     catalog->callback([catalogAsJson] { printCatalog(*catalogAsJson); });

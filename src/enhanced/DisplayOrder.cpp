@@ -53,9 +53,7 @@ SortKey sortKey(const EnhancedVoice& voice) {
 
 }  // namespace
 
-std::string languageName(const std::string& locale) {
-    return localeDisplayName(locale).value_or(locale);
-}
+std::string languageName(const std::string& locale) { return localeDisplayName(locale).value_or(locale); }
 
 std::string displayName(const EnhancedVoice& voice) {
     if (auto name = VoiceStore::voiceName(voice.release, voice.locale)) return *name;

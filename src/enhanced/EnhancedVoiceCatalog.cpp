@@ -76,7 +76,8 @@ bool isUrl(const std::string& address) {
 
 std::map<std::string, VoiceRelease> releasesByFormat() {
     std::map<std::string, VoiceRelease> releases;
-    for (const auto& release : VoiceRelease::downloadable()) releases.emplace(*release.formatVersion, release);
+    for (const auto& release : VoiceRelease::downloadable())
+        releases.emplace(*release.formatVersion, release);
     return releases;
 }
 
@@ -95,8 +96,12 @@ std::optional<EnhancedVoice> voiceOf(plist_t asset, const std::map<std::string, 
     if (!isUrl(address)) return std::nullopt;
     auto digest = bytes(asset, "_Measurement");
     if (!digest) return std::nullopt;
-    return EnhancedVoice{release->second, *locale, number(asset, "_DownloadSize"),
-                         number(asset, "_UnarchivedSize"), std::move(address), std::move(*digest),
+    return EnhancedVoice{release->second,
+                         *locale,
+                         number(asset, "_DownloadSize"),
+                         number(asset, "_UnarchivedSize"),
+                         std::move(address),
+                         std::move(*digest),
                          text(asset, "_MasteredVersion").value_or("")};
 }
 
@@ -152,7 +157,8 @@ std::vector<EnhancedVoice> EnhancedVoiceCatalog::fetch(const std::string& addres
 std::vector<EnhancedVoice> EnhancedVoiceCatalog::parse(std::span<const std::byte> body) {
     if (body.size() > largestCatalog) throw Failure::unreadable();
     plist_t parsed = nullptr;
-    plist_from_memory(reinterpret_cast<const char*>(body.data()), static_cast<std::uint32_t>(body.size()), &parsed);
+    plist_from_memory(reinterpret_cast<const char*>(body.data()), static_cast<std::uint32_t>(body.size()),
+                      &parsed);
     if (parsed == nullptr) throw NotAPropertyList();
     const PlistPointer root(parsed);
     plist_t assets = assetArray(parsed);
@@ -161,7 +167,8 @@ std::vector<EnhancedVoice> EnhancedVoiceCatalog::parse(std::span<const std::byte
     const auto releases = releasesByFormat();
     std::vector<EnhancedVoice> voices;
     for (std::uint32_t i = 0, n = plist_array_get_size(assets); i < n; ++i) {
-        if (auto voice = voiceOf(plist_array_get_item(assets, i), releases)) voices.push_back(std::move(*voice));
+        if (auto voice = voiceOf(plist_array_get_item(assets, i), releases))
+            voices.push_back(std::move(*voice));
     }
     sortForDisplay(voices);
     return voices;

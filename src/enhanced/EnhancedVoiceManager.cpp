@@ -5,7 +5,8 @@
 
 namespace velmora {
 
-std::int64_t EnhancedVoiceManager::download(const EnhancedVoice& voice, const std::function<void(double)>& progress,
+std::int64_t EnhancedVoiceManager::download(const EnhancedVoice& voice,
+                                            const std::function<void(double)>& progress,
                                             const std::function<void()>& unpacking, std::stop_token stop) {
     return VoiceInstaller(voice, progress, unpacking, std::move(stop)).run();
 }

@@ -30,7 +30,8 @@ struct MultiDeleter {
 CURLcode addCertificateAuthority(CURL*, void* context, void* file) {
     auto* ssl = static_cast<SSL_CTX*>(context);
     const auto* path = static_cast<const std::string*>(file);
-    return SSL_CTX_load_verify_locations(ssl, path->c_str(), nullptr) == 1 ? CURLE_OK : CURLE_SSL_CACERT_BADFILE;
+    return SSL_CTX_load_verify_locations(ssl, path->c_str(), nullptr) == 1 ? CURLE_OK
+                                                                           : CURLE_SSL_CACERT_BADFILE;
 }
 
 }  // namespace

@@ -7,12 +7,13 @@ namespace velmora {
 
 std::string InstallFailure::text() const {
     switch (kind_) {
-    case Kind::noContainer:
-        return VoiceStore::containerStatus().explanation().value_or("The shared voice folder is unavailable.");
-    case Kind::digestMismatch:
-        return "The download did not match the checksum Apple published.";
-    case Kind::noVoiceInArchive:
-        return "The download did not contain a voice.";
+        case Kind::noContainer:
+            return VoiceStore::containerStatus().explanation().value_or(
+                "The shared voice folder is unavailable.");
+        case Kind::digestMismatch:
+            return "The download did not match the checksum Apple published.";
+        case Kind::noVoiceInArchive:
+            return "The download did not contain a voice.";
     }
     return {};
 }
@@ -27,8 +28,8 @@ const char* InstallFailure::what() const noexcept {
 }
 
 NotEnoughSpace::NotEnoughSpace(std::int64_t needed, std::int64_t available)
-    : std::runtime_error("There is not enough free space for this voice: it needs " + formatByteCount(needed) +
-                         " and only " + formatByteCount(available) + " are free."),
+    : std::runtime_error("There is not enough free space for this voice: it needs " +
+                         formatByteCount(needed) + " and only " + formatByteCount(available) + " are free."),
       needed_(needed),
       available_(available) {}
 

@@ -10,9 +10,7 @@ namespace velmora {
 namespace fs = std::filesystem;
 namespace {
 
-std::error_code lastError() {
-    return {errno, std::generic_category()};
-}
+std::error_code lastError() { return {errno, std::generic_category()}; }
 
 bool isPresent(const fs::path& path) {
     std::error_code ignored;

@@ -24,8 +24,11 @@ int openFolder(const fs::path& folder) {
 class SweepLock {
 public:
     explicit SweepLock(const fs::path& stagingRoot) : fd_(openFolder(stagingRoot)) {
-        if (fd_ < 0) throw fs::filesystem_error("cannot open", stagingRoot, std::error_code(errno, std::generic_category()));
-        while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {}
+        if (fd_ < 0)
+            throw fs::filesystem_error("cannot open", stagingRoot,
+                                       std::error_code(errno, std::generic_category()));
+        while (::flock(fd_, LOCK_EX) != 0 && errno == EINTR) {
+        }
     }
     ~SweepLock() { ::close(fd_); }
     SweepLock(const SweepLock&) = delete;

@@ -16,8 +16,11 @@
 namespace velmora {
 namespace fs = std::filesystem;
 
-VoiceInstaller::VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking unpacking, std::stop_token stop)
-    : voice_(std::move(voice)), progress_(std::move(progress)), unpacking_(std::move(unpacking)),
+VoiceInstaller::VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking unpacking,
+                               std::stop_token stop)
+    : voice_(std::move(voice)),
+      progress_(std::move(progress)),
+      unpacking_(std::move(unpacking)),
       stop_(std::move(stop)) {}
 
 std::int64_t VoiceInstaller::run() {
@@ -64,9 +67,8 @@ void VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) c
     {
         const MappedFile bytes = MappedFile::open(archive);
         const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
-        const auto available = static_cast<std::int64_t>(
-            std::min<std::uintmax_t>(fs::space(archive.parent_path()).available,
-                                     std::numeric_limits<std::int64_t>::max()));
+        const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
+            fs::space(archive.parent_path()).available, std::numeric_limits<std::int64_t>::max()));
         if (needed > available) throw NotEnoughSpace(needed, available);
         ZipReader::unpack(bytes.bytes(), unpacked);
     }

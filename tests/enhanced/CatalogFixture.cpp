@@ -11,8 +11,8 @@ namespace velmora::test {
 std::vector<std::byte> sha1Of(std::string_view bytes) {
     std::vector<std::byte> digest(SHA_DIGEST_LENGTH);
     unsigned int length = 0;
-    EVP_Digest(bytes.data(), bytes.size(), reinterpret_cast<unsigned char*>(digest.data()), &length, EVP_sha1(),
-               nullptr);
+    EVP_Digest(bytes.data(), bytes.size(), reinterpret_cast<unsigned char*>(digest.data()), &length,
+               EVP_sha1(), nullptr);
     return digest;
 }
 
@@ -21,13 +21,9 @@ std::vector<std::byte> bytesOf(std::string_view text) {
     return {begin, begin + text.size()};
 }
 
-std::string stringValue(std::string_view text) {
-    return "<string>" + std::string(text) + "</string>";
-}
+std::string stringValue(std::string_view text) { return "<string>" + std::string(text) + "</string>"; }
 
-std::string integerValue(std::int64_t value) {
-    return "<integer>" + std::to_string(value) + "</integer>";
-}
+std::string integerValue(std::int64_t value) { return "<integer>" + std::to_string(value) + "</integer>"; }
 
 std::string realValue(double value) {
     char text[64];
@@ -37,9 +33,9 @@ std::string realValue(double value) {
 
 std::string dataValue(std::span<const std::byte> bytes) {
     std::string encoded(4 * ((bytes.size() + 2) / 3) + 1, '\0');
-    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
-                                       reinterpret_cast<const unsigned char*>(bytes.data()),
-                                       static_cast<int>(bytes.size()));
+    const int length =
+        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
+                        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()));
     encoded.resize(static_cast<std::size_t>(length));
     return "<data>\n\t\t" + encoded + "\n\t\t</data>";
 }
@@ -71,9 +67,7 @@ Entries assetEntries(const AssetSpec& spec) {
     };
 }
 
-std::string assetXml(const AssetSpec& spec) {
-    return dictXml(assetEntries(spec));
-}
+std::string assetXml(const AssetSpec& spec) { return dictXml(assetEntries(spec)); }
 
 std::string catalogXml(const std::vector<std::string>& assets) {
     std::string xml =

@@ -29,7 +29,8 @@ std::string damage(std::string bytes, std::mt19937& random) {
     const auto kind = random() % 4;
     if (kind != 0) {
         const auto flips = 1 + random() % 4;
-        for (unsigned i = 0; i < flips; ++i) bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
+        for (unsigned i = 0; i < flips; ++i)
+            bytes[random() % bytes.size()] ^= static_cast<char>(1 + random() % 255);
     }
     if (kind == 0 || kind == 3) bytes.resize(random() % bytes.size());
     return bytes;
@@ -46,8 +47,9 @@ TEST(CatalogFuzzTest, DamagedCatalogsParseOrFailCleanly) {
         for (int round = 0; round < 1500; ++round) {
             const std::string damaged = damage(good, random);
             // A fresh allocation of the exact size, so the sanitizer sees any read past the end.
-            const std::vector<std::byte> bytes(reinterpret_cast<const std::byte*>(damaged.data()),
-                                               reinterpret_cast<const std::byte*>(damaged.data()) + damaged.size());
+            const std::vector<std::byte> bytes(
+                reinterpret_cast<const std::byte*>(damaged.data()),
+                reinterpret_cast<const std::byte*>(damaged.data()) + damaged.size());
             try {
                 const auto voices = EnhancedVoiceCatalog::parse(bytes);
                 EXPECT_LE(voices.size(), 2u);

@@ -83,7 +83,8 @@ TEST(CatalogTest, OptionalKeysDefaultOrConvert) {
         {"no download size", assetWith("_DownloadSize", ""), 0, 4000, "5.0.1"},
         {"download size as text", assetWith("_DownloadSize", stringValue("12")), 0, 4000, "5.0.1"},
         {"real download size truncated", assetWith("_DownloadSize", realValue(1234.9)), 1234, 4000, "5.0.1"},
-        {"negative real truncated towards zero", assetWith("_DownloadSize", realValue(-7.8)), -7, 4000, "5.0.1"},
+        {"negative real truncated towards zero", assetWith("_DownloadSize", realValue(-7.8)), -7, 4000,
+         "5.0.1"},
         {"no installed size", assetWith("_UnarchivedSize", ""), 1000, 0, "5.0.1"},
         {"no mastered version", assetWith("_MasteredVersion", ""), 1000, 4000, ""},
         {"mastered version as a number", assetWith("_MasteredVersion", integerValue(5)), 1000, 4000, ""},
@@ -141,15 +142,16 @@ TEST(CatalogTest, VoicesComeInDisplayOrder) {
 }
 
 TEST(CatalogTest, EqualVoicesKeepCatalogOrder) {
-    const auto voices = parseText(catalogXml({assetXml(voiceSpec("4", "it-IT", "first")),
-                                              assetXml(voiceSpec("4", "it-IT", "second"))}));
+    const auto voices = parseText(catalogXml(
+        {assetXml(voiceSpec("4", "it-IT", "first")), assetXml(voiceSpec("4", "it-IT", "second"))}));
     ASSERT_EQ(voices.size(), 2u);
     EXPECT_EQ(voices[0].masteredVersion, "first");
     EXPECT_EQ(voices[1].masteredVersion, "second");
 }
 
 TEST(CatalogTest, BinaryFormGivesTheSameVoices) {
-    const std::string xml = catalogXml({assetXml(voiceSpec("5", "en-US")), assetXml(voiceSpec("3", "de-DE"))});
+    const std::string xml =
+        catalogXml({assetXml(voiceSpec("5", "en-US")), assetXml(voiceSpec("3", "de-DE"))});
     plist_t root = nullptr;
     plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
     ASSERT_NE(root, nullptr);
@@ -212,7 +214,8 @@ TEST(CatalogTest, FetchAcceptsOnly200) {
             response.set_content("<html>maintenance</html>", "text/html");
         });
     });
-    EXPECT_EQ(ids(EnhancedVoiceCatalog::fetch(server.url("/catalog.xml"))), std::vector<std::string>{"ios6/en-US"});
+    EXPECT_EQ(ids(EnhancedVoiceCatalog::fetch(server.url("/catalog.xml"))),
+              std::vector<std::string>{"ios6/en-US"});
     EXPECT_EQ(ids(EnhancedVoiceCatalog::fetch(server.url("/moved"))), std::vector<std::string>{"ios6/en-US"});
     for (long status : {206L, 304L, 404L, 500L}) {
         try {
@@ -220,7 +223,8 @@ TEST(CatalogTest, FetchAcceptsOnly200) {
             ADD_FAILURE() << status << " accepted";
         } catch (const EnhancedVoiceCatalog::Failure& failure) {
             EXPECT_EQ(failure, EnhancedVoiceCatalog::Failure::badResponse(status));
-            EXPECT_EQ(failure.what(), "Apple's voice catalog answered with HTTP " + std::to_string(status) + ".");
+            EXPECT_EQ(failure.what(),
+                      "Apple's voice catalog answered with HTTP " + std::to_string(status) + ".");
         }
     }
     EXPECT_THROW(EnhancedVoiceCatalog::fetch(server.url("/garbage")), EnhancedVoiceCatalog::NotAPropertyList);

@@ -28,19 +28,20 @@ void archiveRoutes(httplib::Server& routes, std::atomic<bool>& released) {
         response.set_content(body, "application/zip");
     });
     routes.Get("/unannounced", [](const httplib::Request&, httplib::Response& response) {
-        response.set_chunked_content_provider("application/zip", [](std::size_t offset, httplib::DataSink& sink) {
-            if (offset >= body.size()) {
-                sink.done();
-                return true;
-            }
-            return sink.write(body.data() + offset, std::min<std::size_t>(50'000, body.size() - offset));
-        });
+        response.set_chunked_content_provider(
+            "application/zip", [](std::size_t offset, httplib::DataSink& sink) {
+                if (offset >= body.size()) {
+                    sink.done();
+                    return true;
+                }
+                return sink.write(body.data() + offset, std::min<std::size_t>(50'000, body.size() - offset));
+            });
     });
     routes.Get("/overlong", [](const httplib::Request&, httplib::Response& response) {
         // Announces 100 bytes and writes 150.
-        response.set_content_provider(100, "application/zip", [](std::size_t, std::size_t, httplib::DataSink& sink) {
-            return sink.write(body.data(), 150);
-        });
+        response.set_content_provider(
+            100, "application/zip",
+            [](std::size_t, std::size_t, httplib::DataSink& sink) { return sink.write(body.data(), 150); });
     });
     routes.Get("/dropped", [](const httplib::Request&, httplib::Response& response) {
         response.set_content_provider(body.size(), "application/zip",
@@ -50,11 +51,12 @@ void archiveRoutes(httplib::Server& routes, std::atomic<bool>& released) {
                                       });
     });
     routes.Get("/slow", [&released](const httplib::Request&, httplib::Response& response) {
-        response.set_chunked_content_provider("application/zip", [&released](std::size_t, httplib::DataSink& sink) {
-            if (released) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            return sink.write("x", 1);
-        });
+        response.set_chunked_content_provider("application/zip",
+                                              [&released](std::size_t, httplib::DataSink& sink) {
+                                                  if (released) return false;
+                                                  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                                                  return sink.write("x", 1);
+                                              });
     });
     routes.Get("/redirect", [](const httplib::Request&, httplib::Response& response) {
         response.set_redirect("/redirect-again", 302);
@@ -153,15 +155,19 @@ TEST_F(DownloadJobTest, EveryStatusBut200IsABadResponse) {
     const struct {
         const char* path;
         long status;
-    } cases[] = {{"/status/206", 206}, {"/status/304", 304}, {"/status/404", 404},
-                 {"/status/500", 500}, {"/redirect-missing", 404}};
+    } cases[] = {{"/status/206", 206},
+                 {"/status/304", 304},
+                 {"/status/404", 404},
+                 {"/status/500", 500},
+                 {"/redirect-missing", 404}};
     for (const auto& c : cases) {
         try {
             download(c.path, 100);
             ADD_FAILURE() << c.path << " succeeded";
         } catch (const EnhancedVoiceCatalog::Failure& failure) {
             EXPECT_EQ(failure, EnhancedVoiceCatalog::Failure::badResponse(c.status)) << c.path;
-            EXPECT_EQ(failure.what(), "Apple's voice catalog answered with HTTP " + std::to_string(c.status) + ".");
+            EXPECT_EQ(failure.what(),
+                      "Apple's voice catalog answered with HTTP " + std::to_string(c.status) + ".");
         }
         expectNothingWritten(c.path);
     }

@@ -63,15 +63,17 @@ protected:
         routes.Get("/catalog.xml", [this](const httplib::Request&, httplib::Response& response) {
             response.set_content(catalog_, "application/xml");
         });
-        routes.Get(R"(/(samantha|amelie)\.zip)", [this](const httplib::Request&, httplib::Response& response) {
-            response.set_content(archive_, "application/zip");
-        });
+        routes.Get(R"(/(samantha|amelie)\.zip)",
+                   [this](const httplib::Request&, httplib::Response& response) {
+                       response.set_content(archive_, "application/zip");
+                   });
         routes.Get("/slow.zip", [this](const httplib::Request&, httplib::Response& response) {
-            response.set_chunked_content_provider("application/zip", [this](std::size_t, httplib::DataSink& sink) {
-                if (released_) return false;
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                return sink.write("x", 1);
-            });
+            response.set_chunked_content_provider(
+                "application/zip", [this](std::size_t, httplib::DataSink& sink) {
+                    if (released_) return false;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                    return sink.write("x", 1);
+                });
         });
     }};
     CliBundle bundle_;
@@ -105,7 +107,8 @@ TEST_F(EnhancedCommandsTest, InstallReportsEachStepAndInstalls) {
     const auto result = bundle_.run({"install", "ios6/fr-FR"});
     ASSERT_EQ(result.exitStatus, 0) << result.err;
     EXPECT_TRUE(result.out.starts_with("ios6/fr-FR: downloading\n")) << result.out;
-    EXPECT_NE(result.out.find("ios6/fr-FR: unpacking\nios6/fr-FR: installed, "), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("ios6/fr-FR: unpacking\nios6/fr-FR: installed, "), std::string::npos)
+        << result.out;
     EXPECT_EQ(readFile(bundle_.voices() / "ios6/fr-FR/broker.hdr"), brokerHeader("Amelie"));
 }
 
@@ -115,11 +118,16 @@ TEST_F(EnhancedCommandsTest, FailuresExitWithTheErrorText) {
         std::vector<std::string> arguments;
         std::string error;
     } cases[] = {
-        {"wrong digest", {"install", "ios6/de-DE"},
+        {"wrong digest",
+         {"install", "ios6/de-DE"},
          "velmora-cli: ios6/de-DE: The download did not match the checksum Apple published.\n"},
-        {"not in the catalog", {"install", "ios7/fr-FR"}, "velmora-cli: ios7/fr-FR is not in Apple's voice catalog.\n"},
-        {"not a voice id", {"install", "ios6"},
-         "velmora-cli: \"ios6\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, with RELEASE one of "
+        {"not in the catalog",
+         {"install", "ios7/fr-FR"},
+         "velmora-cli: ios7/fr-FR is not in Apple's voice catalog.\n"},
+        {"not a voice id",
+         {"install", "ios6"},
+         "velmora-cli: \"ios6\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, with RELEASE one "
+         "of "
          "ios5, ios6, ios7.\n"},
     };
     for (const auto& c : cases) {
@@ -163,7 +171,8 @@ ProcessResult interruptAfter(const CliBundle& bundle, const std::vector<std::str
         result.out.append(buffer, static_cast<std::size_t>(got));
     }
     ::kill(child, SIGINT);
-    for (ssize_t got; (got = ::read(err[0], buffer, sizeof buffer)) > 0;) result.err.append(buffer, static_cast<std::size_t>(got));
+    for (ssize_t got; (got = ::read(err[0], buffer, sizeof buffer)) > 0;)
+        result.err.append(buffer, static_cast<std::size_t>(got));
     int status = 0;
     ::waitpid(child, &status, 0);
     ::close(out[0]);

@@ -14,8 +14,8 @@
 #include "enhanced/EnhancedVoiceManager.h"
 #include "enhanced/StagingFolder.h"
 #include "enhanced/TransferFailure.h"
-#include "support/Files.h"
 #include "store/VoiceStore.h"
+#include "support/Files.h"
 #include "zip/ZipReader.h"
 
 namespace velmora::test {
@@ -26,7 +26,8 @@ namespace fs = std::filesystem;
 std::map<std::string, std::string> treeOf(const fs::path& folder) {
     std::map<std::string, std::string> tree;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        if (entry.is_regular_file()) tree[fs::relative(entry.path(), folder).string()] = readFile(entry.path());
+        if (entry.is_regular_file())
+            tree[fs::relative(entry.path(), folder).string()] = readFile(entry.path());
     }
     return tree;
 }
@@ -40,14 +41,20 @@ protected:
     }
 
     // A voice whose archive the server hands out, with the archive's real digest.
-    EnhancedVoice serve(const std::string& archive, const char* release = "ios6", const char* locale = "en-US") {
+    EnhancedVoice serve(const std::string& archive, const char* release = "ios6",
+                        const char* locale = "en-US") {
         const std::string path = std::string("/files/") + release + "/" + locale + ".zip";
         {
             std::lock_guard lock(mutex_);
             files_[path] = archive;
         }
-        return EnhancedVoice{*VoiceRelease::named(release), locale, static_cast<std::int64_t>(archive.size()), 0,
-                             server_.url(path), sha1Of(archive), "1.0"};
+        return EnhancedVoice{*VoiceRelease::named(release),
+                             locale,
+                             static_cast<std::int64_t>(archive.size()),
+                             0,
+                             server_.url(path),
+                             sha1Of(archive),
+                             "1.0"};
     }
 
     // Runs the pipeline, recording the callbacks in order ("progress 1" for the exact end).
@@ -90,11 +97,12 @@ protected:
             response.set_content(file->second, "application/zip");
         });
         routes.Get("/slow", [this](const httplib::Request&, httplib::Response& response) {
-            response.set_chunked_content_provider("application/zip", [this](std::size_t, httplib::DataSink& sink) {
-                if (released_) return false;
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                return sink.write("x", 1);
-            });
+            response.set_chunked_content_provider(
+                "application/zip", [this](std::size_t, httplib::DataSink& sink) {
+                    if (released_) return false;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                    return sink.write("x", 1);
+                });
         });
     }};
 };
@@ -112,10 +120,10 @@ TEST_F(InstallerTest, InstallsTheHeaderFolderAndNothingBesideIt) {
     const std::int64_t size = install(voice);
     // The compact data of ios6/en-US adds its two dictionary files.
     EXPECT_EQ(treeOf(pack()), (std::map<std::string, std::string>{{"broker.hdr", brokerHeader("Tessa")},
-                                                                   {"voice.dat", "voice data"},
-                                                                   {"sub/extra.dat", "more data"},
-                                                                   {"user_rules.txt", "rules"},
-                                                                   {"en_userdct.dat", "dictionary"}}));
+                                                                  {"voice.dat", "voice data"},
+                                                                  {"sub/extra.dat", "more data"},
+                                                                  {"user_rules.txt", "rules"},
+                                                                  {"en_userdct.dat", "dictionary"}}));
     EXPECT_EQ(size, VoiceStore::size(pack()));
     EXPECT_GT(size, 0);
     ASSERT_GE(events_.size(), 3u);
@@ -163,21 +171,29 @@ std::vector<FailureCase> failureCases() {
                              "The download did not match the checksum Apple published.");
     };
     const auto noVoice = [](std::exception_ptr error) {
-        expectInstallFailure(error, InstallFailure::noVoiceInArchive(), "The download did not contain a voice.");
+        expectInstallFailure(error, InstallFailure::noVoiceInArchive(),
+                             "The download did not contain a voice.");
     };
     return {
-        {"one digest byte differs", good, [](EnhancedVoice& v) { v.digest[19] ^= std::byte{1}; }, false, mismatch},
+        {"one digest byte differs", good, [](EnhancedVoice& v) { v.digest[19] ^= std::byte{1}; }, false,
+         mismatch},
         {"16-byte digest", good, [](EnhancedVoice& v) { v.digest.resize(16); }, false, mismatch},
         {"only folders", makeZip({{"a/", ""}, {"a/b/", ""}}), {}, true, noVoice},
         {"capitalised header", makeZip({{"a/Broker.hdr.asset", brokerHeader("New")}}), {}, true, noVoice},
         {"broker.hdr beside the asset",
-         makeZip({{"v/broker.hdr", "x"}, {"v/broker.hdr.asset", brokerHeader("New")}}), {}, true,
+         makeZip({{"v/broker.hdr", "x"}, {"v/broker.hdr.asset", brokerHeader("New")}}),
+         {},
+         true,
          throws<fs::filesystem_error>()},
         {"not a zip", "not a zip archive at all", {}, true, throws<ZipReader::Failure>()},
-        {"entry leading outside", makeZip({{"../escaped/broker.hdr.asset", "x"}}), {}, true,
+        {"entry leading outside",
+         makeZip({{"../escaped/broker.hdr.asset", "x"}}),
+         {},
+         true,
          throws<ZipReader::Failure>()},
-        {"larger than the free space", good, [](EnhancedVoice& v) { v.installedSize = 1'000'000'000'000'000'000; },
-         true, throws<NotEnoughSpace>()},
+        {"larger than the free space", good,
+         [](EnhancedVoice& v) { v.installedSize = 1'000'000'000'000'000'000; }, true,
+         throws<NotEnoughSpace>()},
         {"missing archive", good, [](EnhancedVoice& v) { v.url += ".missing"; }, false,
          throws<EnhancedVoiceCatalog::Failure>()},
     };
@@ -201,7 +217,7 @@ TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
         c.check(error);
         EXPECT_EQ(unpackingReported(), c.unpacking) << c.name;
         EXPECT_EQ(treeOf(pack()), (std::map<std::string, std::string>{{"broker.hdr", brokerHeader("Old")},
-                                                                       {"old.dat", "old"}}))
+                                                                      {"old.dat", "old"}}))
             << c.name;
         EXPECT_FALSE(fs::exists(EnhancedWorld::voices() / "escaped")) << c.name;
         EXPECT_FALSE(fs::exists(EnhancedWorld::staging() / "escaped")) << c.name;
@@ -247,7 +263,10 @@ TEST_F(InstallerTest, CancellingStopsBeforeUnpacking) {
         std::stop_source stop;
         try {
             EnhancedVoiceManager::download(
-                voice, [&](double fraction) { if (c.slow || fraction == 1.0) stop.request_stop(); },
+                voice,
+                [&](double fraction) {
+                    if (c.slow || fraction == 1.0) stop.request_stop();
+                },
                 [this] { events_.push_back("unpacking"); }, stop.get_token());
             ADD_FAILURE() << c.name << ": installed";
         } catch (const TransferFailure& failure) {
@@ -282,7 +301,8 @@ TEST_F(InstallerTest, StagingFolderNamesAreUpperCaseUuids) {
         if (i == 8 || i == 13 || i == 18 || i == 23) {
             EXPECT_EQ(id[i], '-');
         } else {
-            EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(id[i])) || (id[i] >= 'A' && id[i] <= 'F')) << id;
+            EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(id[i])) || (id[i] >= 'A' && id[i] <= 'F'))
+                << id;
         }
     }
     EXPECT_NE(StagingFolder::newUuid(), id);

@@ -20,10 +20,12 @@ TEST(EnhancedNoContainerTest, InstallFailsWithTheContainersExplanationOfTheMomen
     ::setenv("VELMORA_ENTITLEMENTS", (dir / "e.plist").c_str(), 1);
 
     // Nothing listens at this address: a download attempt would fail differently.
-    const EnhancedVoice voice{*VoiceRelease::named("ios6"), "en-US", 0, 0, "http://127.0.0.1:9/v.zip", {}, ""};
+    const EnhancedVoice voice{*VoiceRelease::named("ios6"), "en-US", 0, 0,
+                              "http://127.0.0.1:9/v.zip",   {},      ""};
     bool unpacking = false;
     try {
-        EnhancedVoiceManager::download(voice, [](double) {}, [&unpacking] { unpacking = true; });
+        EnhancedVoiceManager::download(
+            voice, [](double) {}, [&unpacking] { unpacking = true; });
         ADD_FAILURE() << "installed without a container";
     } catch (const InstallFailure& failure) {
         EXPECT_EQ(failure, InstallFailure::noContainer());
