@@ -11,5 +11,6 @@ void addStoreCommands(CLI::App& app);
 void addSpeechCommands(CLI::App& app);
 void addRenderCommand(CLI::App& app);
 void addZipCommands(CLI::App& app);
+void addEnhancedCommands(CLI::App& app);
 
 }  // namespace velmora::cli

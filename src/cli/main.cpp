@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     velmora::cli::addSpeechCommands(app);
     velmora::cli::addRenderCommand(app);
     velmora::cli::addZipCommands(app);
+    velmora::cli::addEnhancedCommands(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,0 +1,146 @@
+#include "enhanced/HttpTransfer.h"
+
+#include <curl/curl.h>
+#include <openssl/ssl.h>
+
+#include <exception>
+#include <mutex>
+#include <new>
+
+#include "enhanced/TransferFailure.h"
+#include "store/Environment.h"
+
+namespace velmora {
+namespace {
+
+void initialiseCurlOnce() {
+    static std::once_flag once;
+    std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+struct EasyDeleter {
+    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+};
+struct MultiDeleter {
+    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+};
+
+// Adds the extra certificate authority to the ones the system trusts (CURLOPT_CAINFO would
+// replace them).
+CURLcode addCertificateAuthority(CURL*, void* context, void* file) {
+    auto* ssl = static_cast<SSL_CTX*>(context);
+    const auto* path = static_cast<const std::string*>(file);
+    return SSL_CTX_load_verify_locations(ssl, path->c_str(), nullptr) == 1 ? CURLE_OK
+                                                                           : CURLE_SSL_CACERT_BADFILE;
+}
+
+}  // namespace
+
+struct HttpTransfer::State {
+    std::unique_ptr<CURL, EasyDeleter> easy{curl_easy_init()};
+    std::string url;
+    std::string caFile;
+    char errorText[CURL_ERROR_SIZE] = {};
+    const BodySink* sink = nullptr;
+    long refusedStatus = 0;        // a status other than 200 whose body was refused
+    std::exception_ptr sinkError;  // what the sink threw
+
+    static size_t write(char* data, size_t size, size_t count, void* self);
+    size_t receive(const char* data, size_t length);
+    void configure();
+    CURLcode perform(std::stop_token stop);
+};
+
+size_t HttpTransfer::State::write(char* data, size_t size, size_t count, void* self) {
+    return static_cast<State*>(self)->receive(data, size * count);
+}
+
+size_t HttpTransfer::State::receive(const char* data, size_t length) {
+    long status = 0;
+    curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    if (status != 200) {
+        refusedStatus = status;
+        return 0;
+    }
+    curl_off_t announced = -1;
+    curl_easy_getinfo(easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+    try {
+        (*sink)(std::as_bytes(std::span(data, length)), static_cast<std::int64_t>(announced));
+    } catch (...) {
+        sinkError = std::current_exception();
+        return 0;
+    }
+    return length;
+}
+
+void HttpTransfer::State::configure() {
+    CURL* handle = easy.get();
+    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 16L);
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, stallSeconds);
+    // Less than one byte a second for 60 seconds: the server has gone silent.
+    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, stallSeconds);
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::write);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    if (auto file = environmentValue("VELMORA_CA_FILE")) {
+        caFile = *file;
+        curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &addCertificateAuthority);
+        curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, &caFile);
+    }
+}
+
+// The multi interface lets a stop request wake the wait for data at once.
+CURLcode HttpTransfer::State::perform(std::stop_token stop) {
+    std::unique_ptr<CURLM, MultiDeleter> multi{curl_multi_init()};
+    curl_multi_add_handle(multi.get(), easy.get());
+    std::stop_callback wake(stop, [&multi] { curl_multi_wakeup(multi.get()); });
+    int running = 1;
+    while (running > 0) {
+        if (stop.stop_requested()) {
+            curl_multi_remove_handle(multi.get(), easy.get());
+            throw TransferFailure::cancelled();
+        }
+        if (CURLMcode failure = curl_multi_perform(multi.get(), &running); failure != CURLM_OK) {
+            throw TransferFailure(TransferFailure::Kind::other, curl_multi_strerror(failure));
+        }
+        if (running > 0) curl_multi_poll(multi.get(), nullptr, 0, 1000, nullptr);
+    }
+    CURLcode result = CURLE_OK;
+    int queued = 0;
+    while (CURLMsg* message = curl_multi_info_read(multi.get(), &queued)) {
+        if (message->msg == CURLMSG_DONE) result = message->data.result;
+    }
+    curl_multi_remove_handle(multi.get(), easy.get());
+    return result;
+}
+
+HttpTransfer::HttpTransfer(const std::string& url) {
+    initialiseCurlOnce();
+    state_ = std::make_unique<State>();
+    if (!state_->easy) throw std::bad_alloc();
+    state_->url = url;
+}
+
+HttpTransfer::~HttpTransfer() = default;
+
+long HttpTransfer::run(const BodySink& sink, std::stop_token stop) {
+    State& state = *state_;
+    state.sink = &sink;
+    state.configure();
+    const CURLcode result = state.perform(stop);
+    if (state.sinkError) std::rethrow_exception(state.sinkError);
+    if (state.refusedStatus != 0) return state.refusedStatus;
+    if (result != CURLE_OK) throw TransferFailure::fromCurl(result, state.errorText);
+    long status = 0;
+    curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
+    return status;
+}
+
+}  // namespace velmora

@@ -1,0 +1,67 @@
+#include "enhanced/Sha1.h"
+
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <new>
+#include <system_error>
+
+namespace velmora {
+namespace {
+
+constexpr std::size_t chunkSize = 4'194'304;
+
+[[noreturn]] void throwFileError(const char* what, const std::filesystem::path& file) {
+    throw std::filesystem::filesystem_error(what, file, std::error_code(errno, std::generic_category()));
+}
+
+struct Descriptor {
+    int fd;
+    ~Descriptor() { ::close(fd); }
+};
+
+}  // namespace
+
+struct Sha1::Context {
+    EVP_MD_CTX* digest = EVP_MD_CTX_new();
+    ~Context() { EVP_MD_CTX_free(digest); }
+};
+
+Sha1::Sha1() : context_(std::make_unique<Context>()) {
+    if (context_->digest == nullptr || EVP_DigestInit_ex(context_->digest, EVP_sha1(), nullptr) != 1) {
+        throw std::bad_alloc();
+    }
+}
+
+Sha1::~Sha1() = default;
+
+void Sha1::update(std::span<const std::byte> piece) {
+    EVP_DigestUpdate(context_->digest, piece.data(), piece.size());
+}
+
+std::vector<std::byte> Sha1::finish() {
+    std::vector<std::byte> result(size);
+    unsigned int length = 0;
+    EVP_DigestFinal_ex(context_->digest, reinterpret_cast<unsigned char*>(result.data()), &length);
+    return result;
+}
+
+std::vector<std::byte> Sha1::ofFile(const std::filesystem::path& file) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) throwFileError("cannot open the archive", file);
+    const Descriptor descriptor{fd};
+    std::vector<std::byte> chunk(chunkSize);
+    Sha1 hash;
+    for (;;) {
+        const ssize_t got = ::read(fd, chunk.data(), chunk.size());
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) throwFileError("cannot read the archive", file);
+        if (got == 0) break;
+        hash.update(std::span(chunk).first(static_cast<std::size_t>(got)));
+    }
+    return hash.finish();
+}
+
+}  // namespace velmora

@@ -1,0 +1,47 @@
+#include "enhanced/TransferFailure.h"
+
+#include <curl/curl.h>
+
+namespace velmora {
+
+TransferFailure::TransferFailure(Kind kind, const std::string& text, std::string detail)
+    : std::runtime_error(text), kind_(kind), detail_(std::move(detail)) {}
+
+TransferFailure TransferFailure::cancelled() { return {Kind::cancelled, "The download was cancelled."}; }
+
+TransferFailure TransferFailure::fromCurl(int code, const std::string& detail) {
+    switch (static_cast<CURLcode>(code)) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return {Kind::timedOut, "The server stopped answering for 60 seconds.", detail};
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return {Kind::hostNotFound, "The server's name could not be found.", detail};
+        case CURLE_COULDNT_CONNECT:
+            return {Kind::cannotConnect, "Could not connect to the server.", detail};
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_CACERT_BADFILE:
+        case CURLE_SSL_CERTPROBLEM:
+        case CURLE_SSL_CIPHER:
+            return {Kind::insecure, "A secure connection to the server could not be made.", detail};
+        case CURLE_PARTIAL_FILE:
+        case CURLE_RECV_ERROR:
+        case CURLE_SEND_ERROR:
+        case CURLE_GOT_NOTHING:
+        case CURLE_HTTP2:
+        case CURLE_HTTP2_STREAM:
+            return {Kind::connectionLost, "The network connection was lost.", detail};
+        case CURLE_TOO_MANY_REDIRECTS:
+            return {Kind::other, "The server redirected the request too many times.", detail};
+        case CURLE_UNSUPPORTED_PROTOCOL:
+        case CURLE_URL_MALFORMAT:
+            return {Kind::other, "The address is not an http or https address.", detail};
+        default:
+            break;
+    }
+    std::string text = "The transfer failed: " + std::string(curl_easy_strerror(static_cast<CURLcode>(code)));
+    if (!detail.empty()) text += " (" + detail + ")";
+    return {Kind::other, text + ".", detail};
+}
+
+}  // namespace velmora

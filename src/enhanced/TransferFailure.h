@@ -1,0 +1,28 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace velmora {
+
+// A transfer that ended without a complete answer: cancelled, timed out, or the network failed.
+// The text says what happened in words a user understands; `detail` keeps the library's own.
+class TransferFailure : public std::runtime_error {
+public:
+    enum class Kind { cancelled, timedOut, hostNotFound, cannotConnect, insecure, connectionLost, other };
+
+    TransferFailure(Kind kind, const std::string& text, std::string detail = {});
+
+    static TransferFailure cancelled();
+    // The failure for a libcurl result code, with the transfer's error buffer as detail.
+    static TransferFailure fromCurl(int code, const std::string& detail);
+
+    Kind kind() const { return kind_; }
+    const std::string& detail() const { return detail_; }
+
+private:
+    Kind kind_;
+    std::string detail_;
+};
+
+}  // namespace velmora

@@ -1,0 +1,101 @@
+#include "enhanced/VoiceInstaller.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "enhanced/DownloadJob.h"
+#include "enhanced/InstallFailure.h"
+#include "enhanced/PackReplacement.h"
+#include "enhanced/Sha1.h"
+#include "enhanced/StagingFolder.h"
+#include "enhanced/TransferFailure.h"
+#include "store/VoiceStore.h"
+#include "zip/MappedFile.h"
+#include "zip/ZipReader.h"
+
+namespace velmora {
+namespace fs = std::filesystem;
+
+VoiceInstaller::VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking unpacking,
+                               std::stop_token stop)
+    : voice_(std::move(voice)),
+      progress_(std::move(progress)),
+      unpacking_(std::move(unpacking)),
+      stop_(std::move(stop)) {}
+
+std::int64_t VoiceInstaller::run() {
+    const auto root = VoiceStore::root(true);
+    if (!root) throw InstallFailure::noContainer();
+    const StagingFolder staging = StagingFolder::create(*root);
+    const fs::path archive = staging.path() / archiveName;
+    const std::vector<std::byte> digest = download(archive);
+    // The transfer may have finished just as the install was cancelled.
+    if (stop_.stop_requested()) throw TransferFailure::cancelled();
+    if (digest != voice_.digest) throw InstallFailure::digestMismatch();
+    if (unpacking_) unpacking_();
+    const fs::path unpacked = staging.path() / unpackedName;
+    unpack(archive, unpacked);
+    const fs::path voiceHome = voiceFolder(unpacked);
+    const fs::path pack = target();
+    fs::create_directories(pack.parent_path());
+    replacePack(voiceHome, pack, staging.path() / "previous");
+    VoiceStore::addDictionaries(voice_.release, voice_.locale);
+    return VoiceStore::size(pack);
+}
+
+// The archive is hashed as it arrives, so the check needs no second read of the file.
+std::vector<std::byte> VoiceInstaller::download(const fs::path& archive) {
+    Sha1 hash;
+    DownloadJob job(voice_.downloadSize, progress_);
+    job.observeBody([&hash](std::span<const std::byte> piece) { hash.update(piece); });
+    job.run(voice_.url, archive, stop_);
+    return hash.finish();
+}
+
+std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<const std::byte> archive) {
+    std::int64_t recorded = 0;
+    for (const auto& entry : ZipReader::entries(archive)) {
+        const std::int64_t size = std::max<std::int64_t>(entry.uncompressedSize, 0);
+        recorded = size > std::numeric_limits<std::int64_t>::max() - recorded
+                       ? std::numeric_limits<std::int64_t>::max()
+                       : recorded + size;
+    }
+    return std::max(installedSize, recorded);
+}
+
+void VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) const {
+    {
+        const MappedFile bytes = MappedFile::open(archive);
+        const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
+        const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
+            fs::space(archive.parent_path()).available, std::numeric_limits<std::int64_t>::max()));
+        if (needed > available) throw NotEnoughSpace(needed, available);
+        ZipReader::unpack(bytes.bytes(), unpacked);
+    }
+    std::error_code ignored;
+    fs::remove(archive, ignored);
+}
+
+// The folder that holds the first "broker.hdr.asset" in listing order, with the header renamed
+// to the name the extension reads. An existing "broker.hdr" beside it is not replaced.
+fs::path VoiceInstaller::voiceFolder(const fs::path& unpacked) {
+    std::error_code error;
+    fs::recursive_directory_iterator it(unpacked, error);
+    if (error) throw InstallFailure::noVoiceInArchive();
+    for (const fs::recursive_directory_iterator end; it != end; it.increment(error)) {
+        if (error) break;
+        if (it->path().filename() != assetHeaderName) continue;
+        const fs::path folder = it->path().parent_path();
+        renameWithoutReplacing(it->path(), folder / VoiceStore::headerName);
+        return folder;
+    }
+    throw InstallFailure::noVoiceInArchive();
+}
+
+fs::path VoiceInstaller::target() const {
+    auto pack = VoiceStore::directory(voice_.release, voice_.locale);
+    if (!pack) throw InstallFailure::noContainer();
+    return *pack;
+}
+
+}  // namespace velmora

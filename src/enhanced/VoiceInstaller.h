@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <span>
+#include <stop_token>
+#include <vector>
+
+#include "enhanced/EnhancedVoice.h"
+
+namespace velmora {
+
+class StagingFolder;
+
+// Turns one catalog voice into an installed pack: download into a private staging folder,
+// check the SHA-1, unpack, find the voice by its header, move it into the container and top up
+// its dictionaries. The staging folder goes on every way out; an installed pack of the same
+// voice is replaced only by a complete new one.
+class VoiceInstaller {
+public:
+    using Progress = std::function<void(double fraction)>;
+    using Unpacking = std::function<void()>;
+
+    static constexpr const char* archiveName = "voice.zip";
+    static constexpr const char* unpackedName = "unpacked";
+    static constexpr const char* assetHeaderName = "broker.hdr.asset";
+
+    // `progress` is called during the download, `unpacking` once the checksum has matched.
+    VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking unpacking, std::stop_token stop);
+
+    // Returns the installed pack's size in bytes. Throws InstallFailure, NotEnoughSpace,
+    // EnhancedVoiceCatalog::Failure, TransferFailure, ZipReader::Failure or filesystem_error.
+    std::int64_t run();
+
+    // The bytes `run` must have room for in the container: the catalog's unpacked size or the
+    // archive's recorded total, whichever is larger.
+    static std::int64_t neededSpace(std::int64_t installedSize, std::span<const std::byte> archive);
+
+private:
+    std::vector<std::byte> download(const std::filesystem::path& archive);
+    void unpack(const std::filesystem::path& archive, const std::filesystem::path& unpacked) const;
+    static std::filesystem::path voiceFolder(const std::filesystem::path& unpacked);
+    std::filesystem::path target() const;
+
+    EnhancedVoice voice_;
+    Progress progress_;
+    Unpacking unpacking_;
+    std::stop_token stop_;
+};
+
+}  // namespace velmora
