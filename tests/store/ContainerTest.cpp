@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <plist/plist.h>
 
 #include <cstdlib>
 
@@ -41,21 +40,6 @@ TEST(EntitlementsTest, OnlyAListOfStringsGrantsGroups) {
         EXPECT_EQ(Entitlements::applicationGroups(dir / "e.plist"), c.expected) << c.name;
     }
     EXPECT_TRUE(Entitlements::applicationGroups(dir / "missing.plist").empty());
-}
-
-TEST(EntitlementsTest, ReadsTheBinaryFormToo) {
-    plist_t root = plist_new_dict();
-    plist_t groups = plist_new_array();
-    plist_array_append_item(groups, plist_new_string("G1"));
-    plist_dict_set_item(root, Entitlements::applicationGroupsKey, groups);
-    char* bytes = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(root, &bytes, &length);
-    TempDir dir;
-    writeFile(dir / "e.plist", std::string(bytes, length));
-    std::free(bytes);
-    plist_free(root);
-    EXPECT_EQ(Entitlements::applicationGroups(dir / "e.plist"), std::vector<std::string>{"G1"});
 }
 
 TEST(EntitlementsTest, EnvironmentChoosesTheFileAndIsReadAfreshEachTime) {
