@@ -7,8 +7,7 @@
 
 namespace velmora::test {
 
-// What the test provider received in its last Synthesize call: text, voice, pitch, rate,
-// whether the text is SSML, language.
+// The test provider's last Synthesize call: text, voice, pitch, rate, whether SSML, language.
 using ProviderRequest = std::tuple<std::string, std::string, double, double, bool, std::string>;
 
 // The test provider's own measurement of its last utterance.

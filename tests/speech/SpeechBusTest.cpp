@@ -12,23 +12,21 @@
 namespace velmora {
 namespace {
 
+using namespace std::chrono_literals;
+
 // A value that threads of the code under test change and the test waits on.
 template <typename T>
-class Watched {
-public:
+struct Watched {
     void change(const std::function<void(T&)>& how) {
         std::lock_guard lock(mutex_);
         how(value_);
         changed_.notify_all();
     }
-    // The value once `done` holds for it, or when `limit` has passed.
-    T waitUntil(const std::function<bool(const T&)>& done, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    T waitUntil(const std::function<bool(const T&)>& done, std::chrono::milliseconds limit = 20s) {
         std::unique_lock lock(mutex_);
         changed_.wait_for(lock, limit, [&] { return done(value_); });
         return value_;
     }
-
-private:
     std::mutex mutex_;
     std::condition_variable changed_;
     T value_{};
@@ -56,32 +54,18 @@ struct Render {
     }
 };
 
-using RenderWatch = std::shared_ptr<Watched<Render>>;
-
-RenderWatch startRender(AudioRenderer& renderer, const Utterance& utterance) {
+std::shared_ptr<Watched<Render>> startRender(AudioRenderer& renderer, const Utterance& utterance) {
     auto watch = std::make_shared<Watched<Render>>();
     renderer.write(utterance, [watch](const PcmBuffer& buffer) { watch->change([&](Render& r) { r.add(buffer); }); });
     return watch;
 }
 
 // What the render delivered once it ended, or when `limit` has passed.
-Render waitForEnd(const RenderWatch& watch, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+Render waitForEnd(const std::shared_ptr<Watched<Render>>& watch, std::chrono::milliseconds limit = 20s) {
     return watch->waitUntil([](const Render& r) { return r.ended; }, limit);
 }
 
-Render render(AudioRenderer& renderer, const Utterance& utterance) {
-    return waitForEnd(startRender(renderer, utterance));
-}
-
-// Records delegate calls in order, as "finish:TEXT" and "cancel:TEXT".
-struct DelegateRecorder : SynthesizerDelegate {
-    void didFinish(const Utterance& u) override { calls.change([&](auto& all) { all.push_back("finish:" + u.text); }); }
-    void didCancel(const Utterance& u) override { calls.change([&](auto& all) { all.push_back("cancel:" + u.text); }); }
-    std::vector<std::string> waitFor(std::size_t count, std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-        return calls.waitUntil([count](const auto& all) { return all.size() >= count; }, limit);
-    }
-    Watched<std::vector<std::string>> calls;
-};
+Render render(AudioRenderer& renderer, const Utterance& u) { return waitForEnd(startRender(renderer, u)); }
 
 // The silent real-time output, adding the frames it plays to a count.
 struct CountingOutput : NullOutput {
@@ -93,20 +77,25 @@ struct CountingOutput : NullOutput {
     std::shared_ptr<std::atomic<std::size_t>> played;
 };
 
-using namespace std::chrono_literals;
 using Calls = std::vector<std::string>;
 const std::string m = "com.tarvenholt.Velmora.voice.";
 const std::string raw16 = m + "ios4.en-US.Raw16", raw32 = m + "ios5.de-DE.Raw32";
 const std::string framed16 = m + "ios6.fr-FR.Framed16", framed32 = m + "ios7.en-GB.Framed32";
 
-class SpeechBusTest : public testing::Test {
+// The fixture is the synthesizer's delegate and records its calls as "finish:TEXT" and "cancel:TEXT".
+class SpeechBusTest : public testing::Test, public SynthesizerDelegate {
 protected:
-    SpeechBusTest() { synthesizer.setDelegate(&delegate); }
+    SpeechBusTest() { synthesizer.setDelegate(this); }
     ~SpeechBusTest() override { synthesizer.setDelegate(nullptr); }
+    void didFinish(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("finish:" + u.text); }); }
+    void didCancel(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("cancel:" + u.text); }); }
+    Calls waitForCalls(std::size_t count, std::chrono::milliseconds limit = 20s) {
+        return calls.waitUntil([count](const Calls& all) { return all.size() >= count; }, limit);
+    }
 
+    Watched<Calls> calls;
     std::shared_ptr<SpeechSystem> system = std::make_shared<SpeechSystem>();
     std::shared_ptr<std::atomic<std::size_t>> played = std::make_shared<std::atomic<std::size_t>>(0);
-    DelegateRecorder delegate;
     Synthesizer synthesizer{system, [this](int, double) { return std::make_unique<CountingOutput>(played); }};
 };
 
@@ -131,7 +120,7 @@ TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
         double rate;
     } cases[] = {{raw16, 2345, 1, 22050}, {raw32, 40001, 2, 16000}, {framed16, 1501, 2, 22050}, {framed32, 7, 1, 44100}};
     for (const auto& c : cases) {
-        const Render rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
+        const auto rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
         std::vector<float> tone;
         for (std::size_t frame = 0; frame < c.frames; ++frame) {
             for (int channel = 0; channel < c.channels; ++channel) tone.push_back(test::toneSample(frame, channel));
@@ -178,15 +167,13 @@ TEST_F(SpeechBusTest, StopAndDestructionEndWhatWouldWaitLong) {
     synthesizer.speak({.text = "tone 441000", .voiceIdentifier = raw16});  // twenty seconds
     synthesizer.speak({.text = "tone 10", .voiceIdentifier = raw16});
     for (int i = 0; i < 500 && *played == 0; ++i) std::this_thread::sleep_for(10ms);
-    RenderWatch destroyed;
-    {
-        Synthesizer other(system, openAudioOutput);
-        destroyed = startRender(other, {.text = "stall 100", .voiceIdentifier = framed32});
-        synthesizer.stop();  // neither waits out the ten-second stall limit
-    }
+    auto other = std::make_unique<Synthesizer>(system, openAudioOutput);
+    const auto destroyed = startRender(*other, {.text = "stall 100", .voiceIdentifier = framed32});
+    synthesizer.stop();  // neither waits out the ten-second stall limit
+    other.reset();
     EXPECT_TRUE(waitForEnd(destroyed, 0ms).ended);
     EXPECT_TRUE(waitForEnd(stopped, 5s).ended);
-    EXPECT_EQ(delegate.waitFor(2, 5s), (Calls{"cancel:tone 441000", "cancel:tone 10"}));
+    EXPECT_EQ(waitForCalls(2, 5s), (Calls{"cancel:tone 441000", "cancel:tone 10"}));
     EXPECT_LT(*played, 441000u);
 }
 
@@ -197,7 +184,7 @@ TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCa
     synthesizer.speak({.text = "die 300", .voiceIdentifier = raw16});
     synthesizer.speak({.text = "tone 5", .voiceIdentifier = "org.example.Missing"});
     synthesizer.speak({.text = "tone 441", .voiceIdentifier = framed32});
-    EXPECT_EQ(delegate.waitFor(6), (Calls{"finish:tone 2205", "cancel:<speak>", "cancel:refuse", "cancel:die 300",
+    EXPECT_EQ(waitForCalls(6), (Calls{"finish:tone 2205", "cancel:<speak>", "cancel:refuse", "cancel:die 300",
                                           "cancel:tone 5", "finish:tone 441"}));
     EXPECT_EQ(*played, 2205u + 300u + 441u);
 }

@@ -6,6 +6,7 @@ namespace velmora {
 namespace {
 
 using Bytes = std::vector<std::byte>;
+using u32 = std::uint32_t;
 using Status = StreamParser::Status;
 using Outcome = std::tuple<std::vector<float>, Status, std::string>;  // samples, status, problem
 
@@ -26,13 +27,10 @@ Bytes operator+(Bytes first, const Bytes& second) {
 }
 
 Bytes s16(std::initializer_list<std::int16_t> values) { return raw(values); }
-Bytes cut(const Bytes& bytes, std::size_t size) { return Bytes(bytes.begin(), bytes.begin() + static_cast<long>(size)); }
-Bytes audio(const Bytes& samples) { return raw<std::uint8_t>({1}) + raw<std::uint32_t>({std::uint32_t(samples.size())}) + samples; }
-Bytes event(const std::string& name) {
-    const auto* text = reinterpret_cast<const std::byte*>(name.data());
-    return raw<std::uint8_t>({2, 1}) + raw<std::uint32_t>({4, 9, std::uint32_t(name.size())}) + Bytes(text, text + name.size());
-}
-const Bytes header = raw<char>({'0', '.', '0', '1'});
+Bytes text(std::string_view s) { return Bytes(std::as_bytes(std::span(s)).begin(), std::as_bytes(std::span(s)).end()); }
+Bytes audio(const Bytes& samples) { return raw<char>({1}) + raw<u32>({u32(samples.size())}) + samples; }
+Bytes event(const std::string& name) { return raw<char>({2, 1}) + raw<u32>({4, 9, u32(name.size())}) + text(name); }
+const Bytes header = text("0.01");
 
 // Feeds the bytes in pieces of `piece` bytes, then ends the stream.
 Outcome parse(const StreamFormat& format, const Bytes& bytes, std::size_t piece) {
@@ -68,18 +66,18 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
          header + audio({std::byte{0x00}}) + event("mark") + audio({std::byte{0x40}}), {{0.5f}, Status::complete, ""}},
         {"raw, half a frame", rawF32Stereo, raw<float>({0.5f, 0.25f, 0.125f}),
          {{0.5f, 0.25f}, Status::truncated, "the stream ended inside a sample frame"}},
-        {"framed, half a header", framedS16Mono, cut(header, 2),
-         {{}, Status::truncated, "the stream ended before its version header"}},
-        {"framed, inside audio", framedS16Mono, header + cut(pcm, pcm.size() - 2), {{one}, Status::truncated, cutChunk}},
-        {"framed, inside an event", framedS16Mono, header + cut(event("word"), 8), {{}, Status::truncated, cutChunk}},
+        {"half a header", framedS16Mono, text("0."), {{}, Status::truncated, "the stream ended before its version header"}},
+        {"framed, inside audio", framedS16Mono, header + raw<char>({1}) + raw<u32>({4}) + s16({1}),
+         {{one}, Status::truncated, cutChunk}},
+        {"framed, inside an event", framedS16Mono, header + raw<char>({2, 1, 0, 0}), {{}, Status::truncated, cutChunk}},
         {"framed, a huge declared length is streamed, not reserved", framedS16Mono,
-         header + raw<std::uint8_t>({1}) + raw<std::uint32_t>({0xfffffffe}) + s16({16384}), {{0.5f}, Status::truncated, cutChunk}},
-        {"another version", framedS16Mono, raw<char>({'0', '.', '0', '2'}) + pcm, {{}, Status::malformed, "unknown stream version"}},
-        {"unknown chunk type, then audio", framedS16Mono, header + pcm + raw<std::uint8_t>({3}) + pcm,
+         header + raw<char>({1}) + raw<u32>({0xfffffffe}) + s16({16384}), {{0.5f}, Status::truncated, cutChunk}},
+        {"another version", framedS16Mono, text("0.02") + pcm, {{}, Status::malformed, "unknown stream version"}},
+        {"unknown chunk type, then audio", framedS16Mono, header + pcm + raw<char>({3}) + pcm,
          {{one, 2 * one}, Status::malformed, "unknown chunk type 3"}},
     };
     for (const auto& c : cases) {
-        for (std::size_t piece : {1, 3, 7, 1000}) EXPECT_EQ(parse(c.format, c.bytes, piece), c.expected) << c.name << " by " << piece;
+        for (auto n : {1u, 3u, 7u, 1000u}) EXPECT_EQ(parse(c.format, c.bytes, n), c.expected) << c.name << " / " << n;
     }
 }
 

@@ -28,6 +28,7 @@ namespace velmora::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using VoiceRecord = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 constexpr std::size_t framesPerBlock = 500;
 constexpr std::size_t pacedFramesPerBlock = 220;          // 10 ms at 22050 Hz
 constexpr std::chrono::microseconds pacedBlockWork{500};  // 20 times real time
@@ -100,11 +101,10 @@ public:
     TestProvider(sdbus::IConnection& connection, const std::string& busName, std::vector<TestVoice> voices)
         : object_(sdbus::createObject(connection, SpielBus::objectPath(busName))), voices_(std::move(voices)) {
         const char* provider = SpielBus::providerInterface;
-        object_->registerProperty("Name").onInterface(provider).withGetter([busName] { return busName; });
         object_->registerProperty("Voices").onInterface(provider).withGetter([this] {
             std::lock_guard lock(mutex_);
-            std::vector<sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>> records;
-            for (const auto& voice : voices_) records.emplace_back(voice.name, voice.identifier, voice.format, 0, voice.languages);
+            std::vector<VoiceRecord> records;
+            for (const auto& v : voices_) records.emplace_back(v.name, v.identifier, v.format, 0, v.languages);
             return records;
         });
         object_->registerMethod("Synthesize").onInterface(provider).implementedAs(

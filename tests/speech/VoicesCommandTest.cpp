@@ -10,7 +10,6 @@ namespace {
 
 const std::string m = "com.tarvenholt.Velmora.voice.";
 const std::string raw16 = m + "ios4.en-US.Raw16";
-const std::string noBus = "unix:path=/nonexistent/velmora-bus";
 
 // Speech goes to the silent output, as no sound server answers; `bus` replaces the test's own bus.
 test::ProcessResult cli(const std::vector<std::string>& arguments, const std::string& bus = "") {
@@ -30,14 +29,17 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
          "iOS 4 \u2014 1 voices\n  Raw 16\ten-US\t" + m + "ios4.en-US.Raw16\n"
          "iOS 5 \u2014 1 voices\n  raw 32\tde-DE\t" + m + "ios5.de-DE.Raw32\n"
          "iOS 6 \u2014 1 voices\n  Framed 16\tfr-FR\t" + m + "ios6.fr-FR.Framed16\n"
-         "iOS 7 \u2014 2 voices\n  Framed 32\ten-GB\t" + m + "ios7.en-GB.Framed32\n  Paced\ten-AU\t" + m + "ios7.en-AU.Paced\n",
+         "iOS 7 \u2014 2 voices\n  Framed 32\ten-GB\t" + m + "ios7.en-GB.Framed32\n"
+         "  Paced\ten-AU\t" + m + "ios7.en-AU.Paced\n",
          ""},
-        {{"voices"}, noBus, "Voices not registered yet\n", ""},
+        {{"voices"}, "unix:path=/nonexistent/velmora-bus", "Voices not registered yet\n", ""},
         {{"speak", "--voice", raw16, "--rate", "0.7", "tone 2205"}, "", "", ""},
         {{"speak", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
-        {{"speak", "Hello"}, noBus, "", "velmora-cli: No speech provider offers any voice.\n"},
-        {{"speak", "--voice", raw16, "refuse"}, "", "", "velmora-cli: The voice's provider did not speak the whole text.\n"},
-        {{"speak", "--rate", "1.5", "Hello"}, "", "", "velmora-cli: The rate must be between 0 and 1 (0.5 is normal speed).\n"},
+        {{"speak", "Hello"}, "unix:path=/nonexistent/velmora-bus", "", "velmora-cli: No speech provider offers any voice.\n"},
+        {{"speak", "--voice", raw16, "refuse"}, "", "",
+         "velmora-cli: The voice's provider did not speak the whole text.\n"},
+        {{"speak", "--rate", "1.5", "Hello"}, "", "",
+         "velmora-cli: The rate must be between 0 and 1 (0.5 is normal speed).\n"},
         {{"render", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
     };
     for (const auto& c : cases) {
