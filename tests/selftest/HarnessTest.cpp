@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <ostream>
 #include <thread>
 
 #include "selftest/BufferCollector.h"
@@ -12,11 +11,6 @@
 #include "support/Files.h"
 
 namespace velmora {
-
-void PrintTo(const RenderResult& r, std::ostream* out) {  // failed comparisons show every field
-    *out << r.seconds << " s, peak " << r.peak << ", latency " << r.latency << ", signature " << r.signature;
-}
-
 namespace {
 
 using namespace std::chrono_literals;
@@ -65,7 +59,8 @@ TEST(MeasurementTest, EachRuleOnChannelZero) {
         {"exactly 0.01 is not audible", {pcm({quietest, -quietest, 0.0f})},
          {0.03, quietest, -1.0, 327 * 31 * 31 - 327 * 31}},
         {"the first sample above 0.01 sets latency, later ones do not",
-         {pcm({quietest}), pcm({0.0f, justAudible}), pcm({0.9f})}, {0.04, 0.9f, 2, ((327 * 31 + 0) * 31 + 327) * 31 + 29491}},
+         {pcm({quietest}), pcm({0.0f, justAudible}), pcm({0.9f})},
+         {0.04, 0.9f, 2, ((327 * 31 + 0) * 31 + 327) * 31 + 29491}},
         {"a negative sample just above 0.01 is audible", {pcm({-quietest}), pcm({-justAudible})},
          {0.02, justAudible, 2, static_cast<std::uint64_t>(-327 * 31 - 327)}},
         {"peak keeps the largest magnitude", {pcm({0.2f, -0.7f, 0.3f})}, {0.03, 0.7f, 1, (6553 * 31 - 22937) * 31 + 9830}},
@@ -76,7 +71,8 @@ TEST(MeasurementTest, EachRuleOnChannelZero) {
          {pcm(std::vector<float>(100, 0.0f), 1, 10000), pcm(std::vector<float>(100, 0.0f), 2, 5000),
           pcm({0.5f}, 1, 0), pcm({0.5f}, 1, -22050), pcm({0.5f}, 1, nan)}, {0.03, 0, -1.0, 0}},
     };
-    for (const auto& c : cases) EXPECT_EQ(measure(c.buffers), c.expected) << c.name;
+    const auto fields = [](const RenderResult& r) { return std::tuple(r.seconds, r.peak, r.latency, r.signature); };
+    for (const auto& c : cases) EXPECT_EQ(fields(measure(c.buffers)), fields(c.expected)) << c.name;
 }
 
 // The dump's samples as libsndfile reads them back, and its format.
@@ -92,9 +88,10 @@ std::vector<float> readBack(const std::filesystem::path& file, SF_INFO* format =
 }
 
 bool isOpenInThisProcess(const std::filesystem::path& file) {
+    const auto target = std::filesystem::weakly_canonical(file);
     std::error_code ignored;
     return std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/fd"),
-                               [&](const auto& entry) { return std::filesystem::read_symlink(entry, ignored) == file; });
+                               [&](const auto& fd) { return std::filesystem::read_symlink(fd, ignored) == target; });
 }
 
 // Delivers its script from within write(), the way a stream that ended before the wait does.
@@ -168,7 +165,8 @@ TEST(HarnessTest, DumpHoldsTheBuffersInTheFirstOnesFormatAndIsClosedWithTheResul
 
     SF_INFO info{};
     EXPECT_EQ(readBack(file, &info), (std::vector<float>{0.5f, -0.5f, 0.25f, -0.25f, 0.125f, 1.0f}));
-    EXPECT_EQ(std::tuple(info.format, info.channels, info.samplerate), std::tuple(SF_FORMAT_CAF | SF_FORMAT_FLOAT, 2, 16000));
+    EXPECT_EQ(std::tuple(info.format, info.channels, info.samplerate),
+              std::tuple(SF_FORMAT_CAF | SF_FORMAT_FLOAT, 2, 16000));
 }
 
 TEST(HarnessTest, RenderPassesTheSettingsAndNeverWritesRefusedSsml) {

@@ -18,18 +18,18 @@ using namespace std::chrono_literals;
 template <typename T>
 struct Watched {
     void change(const std::function<void(T&)>& how) {
-        std::lock_guard lock(mutex_);
-        how(value_);
-        changed_.notify_all();
+        std::lock_guard lock(mutex);
+        how(value);
+        changed.notify_all();
     }
     T waitUntil(const std::function<bool(const T&)>& done, std::chrono::milliseconds limit = 20s) {
-        std::unique_lock lock(mutex_);
-        changed_.wait_for(lock, limit, [&] { return done(value_); });
-        return value_;
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, limit, [&] { return done(value); });
+        return value;
     }
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    T value_{};
+    std::mutex mutex;
+    std::condition_variable changed;
+    T value{};
 };
 
 // What one write() delivered: the samples of every buffer in order, and what came at the end.
