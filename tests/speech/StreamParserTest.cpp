@@ -11,7 +11,6 @@ using Status = StreamParser::Status;
 using Outcome = std::tuple<std::vector<float>, Status, std::string>;  // samples, status, problem
 
 const StreamFormat rawS16Mono{false, StreamFormat::Sample::s16le, 1, 22050};
-const StreamFormat rawF32Stereo{false, StreamFormat::Sample::f32le, 2, 16000};
 const StreamFormat framedS16Mono{true, StreamFormat::Sample::s16le, 1, 8000};
 
 // The values' bytes in host order, which is little-endian wherever the tests run.
@@ -57,15 +56,13 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
     } cases[] = {
         {"raw S16LE", rawS16Mono, s16({0, 1, -1, 32767, -32768, 16384}),
          {{0.0f, one, -one, 32767 * one, -1.0f, 0.5f}, Status::complete, ""}},
-        {"raw F32LE stereo", rawF32Stereo, raw<float>({0.25f, -1.5f, 1.5f, -0.0f}),
-         {{0.25f, -1.5f, 1.5f, -0.0f}, Status::complete, ""}},
         {"framed, events skipped", framedS16Mono,
          header + event("word") + audio(s16({100, -200})) + event("") + audio({}) + audio(s16({300})),
          {{100 * one, -200 * one, 300 * one}, Status::complete, ""}},
         {"framed, a sample split across chunks", framedS16Mono,
          header + audio({std::byte{0x00}}) + event("mark") + audio({std::byte{0x40}}), {{0.5f}, Status::complete, ""}},
-        {"raw, half a frame", rawF32Stereo, raw<float>({0.5f, 0.25f, 0.125f}),
-         {{0.5f, 0.25f}, Status::truncated, "the stream ended inside a sample frame"}},
+        {"raw F32LE stereo, half a frame", {false, StreamFormat::Sample::f32le, 2, 16000}, raw<float>({0.5f, -1.5f, 0.125f}),
+         {{0.5f, -1.5f}, Status::truncated, "the stream ended inside a sample frame"}},
         {"half a header", framedS16Mono, text("0."), {{}, Status::truncated, "the stream ended before its version header"}},
         {"framed, inside audio", framedS16Mono, header + raw<char>({1}) + raw<u32>({4}) + s16({1}),
          {{one}, Status::truncated, cutChunk}},
@@ -78,6 +75,17 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
     };
     for (const auto& c : cases) {
         for (auto n : {1u, 3u, 7u, 1000u}) EXPECT_EQ(parse(c.format, c.bytes, n), c.expected) << c.name << " / " << n;
+    }
+}
+
+TEST(StreamFormatTest, ReadsTheFormatProvidersNameAndRefusesWhatItCannotDecode) {
+    EXPECT_EQ(StreamFormat::parse("audio/x-raw, format=(string)F32LE, rate=(int)16000, channels=(int)6"),
+              (StreamFormat{false, StreamFormat::Sample::f32le, 6, 16000}));
+    for (const char* text : {"audio/mpeg,format=S16LE,rate=22050", "audio/x-raw,format=S16BE,rate=22050",
+                             "audio/x-raw,format=S16LE,channels=0,rate=22050", "audio/x-raw,channels=1,rate=22050",
+                             "audio/x-raw,format=S16LE,channels=65,rate=8000", "audio/x-raw,format=S16LE,rate=0",
+                             "audio/x-raw,format=S16LE,rate=99999999999", "audio/x-raw,format=S16LE,channels=1"}) {
+        EXPECT_FALSE(StreamFormat::parse(text)) << text;
     }
 }
 
