@@ -17,8 +17,7 @@ std::unique_ptr<sdbus::IProxy> control(const std::string& busName) {
 ProviderRequest lastRequest(const std::string& busName) {
     sdbus::Struct<std::string, std::string, double, double, bool, std::string> fields;
     control(busName)->callMethod("LastRequest").onInterface(controlInterface).storeResultsTo(fields);
-    return {std::get<0>(fields), std::get<1>(fields), std::get<2>(fields),
-            std::get<3>(fields), std::get<4>(fields), std::get<5>(fields)};
+    return fields;
 }
 
 ProviderTiming lastTiming(const std::string& busName) {

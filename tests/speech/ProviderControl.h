@@ -2,19 +2,13 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace velmora::test {
 
-// What the test provider received in its last Synthesize call.
-struct ProviderRequest {
-    std::string text;
-    std::string voiceId;
-    double pitch = 0;
-    double rate = 0;
-    bool isSsml = false;
-    std::string language;
-};
+// The test provider's last Synthesize call: text, voice, pitch, rate, whether SSML, language.
+using ProviderRequest = std::tuple<std::string, std::string, double, double, bool, std::string>;
 
 // The test provider's own measurement of its last utterance.
 struct ProviderTiming {

@@ -7,128 +7,86 @@
 //   "garbage N" replies, writes N frames and then bytes that are not audio
 //   "refuse"    replies with an error and writes nothing
 // Anything else is spoken as "tone 1000". Usage: velmora-test-provider BUS-NAME VOICE-SET
-#include <atomic>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <iostream>
 #include <mutex>
 #include <sstream>
+#include <string_view>
 #include <thread>
 
 #include <sdbus-c++/sdbus-c++.h>
 #include <unistd.h>
 
+#include "speech/ProviderControl.h"
 #include "speech/SpielBus.h"
 #include "speech/StreamFormat.h"
-#include "speech/ToneSignal.h"
 #include "speech/TestProviderVoices.h"
 
 namespace velmora::test {
 namespace {
 
-using VoiceRecord = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 using Clock = std::chrono::steady_clock;
+using VoiceRecord = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 constexpr std::size_t framesPerBlock = 500;
-constexpr std::size_t pacedFramesPerBlock = 220;               // 10 ms at 22050 Hz
-constexpr std::chrono::microseconds pacedBlockWork{500};       // 20 times real time
+constexpr std::size_t pacedFramesPerBlock = 220;          // 10 ms at 22050 Hz
+constexpr std::chrono::microseconds pacedBlockWork{500};  // 20 times real time
 
-struct Command {
-    std::string verb = "tone";
-    std::size_t frames = 1000;
-};
-
-Command parseCommand(const std::string& text) {
-    Command command;
-    std::istringstream words(text);
-    std::string verb;
-    std::size_t frames = 0;
-    if (words >> verb) {
-        command.verb = verb;
-        if (words >> frames) command.frames = frames;
-    }
-    return command;
+std::uint64_t micros(Clock::time_point start) {
+    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
 }
 
-// What the provider did for its last utterance, as the provider itself measured it.
-struct Timing {
-    std::uint64_t firstAudioMicros = 0;
-    std::uint64_t totalMicros = 0;
-};
+template <typename T>
+void append(std::string& bytes, T value) {
+    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+}
 
 class ToneWriter {
 public:
     ToneWriter(sdbus::UnixFd fd, StreamFormat format, bool paced) : fd_(std::move(fd)), format_(format), paced_(paced) {}
 
-    // Writes frames [0, count) and reports when the first audio went out.
-    bool tone(std::size_t count, Clock::time_point start, Timing& timing) {
-        if (format_.framed && !writeAll("0.01", 4)) return false;
+    // Writes frames [0, count) and notes when the first audio went out.
+    void tone(std::size_t count, Clock::time_point start, ProviderTiming& timing) {
+        if (format_.framed && !writeAll("0.01")) return;
         const std::size_t block = paced_ ? pacedFramesPerBlock : framesPerBlock;
         for (std::size_t first = 0; first < count; first += block) {
             if (paced_) std::this_thread::sleep_for(pacedBlockWork);
-            const std::string audio = samples(first, std::min(block, count - first));
-            if (format_.framed && !(event(first) && chunkHeader(1, audio.size()))) return false;
-            if (!writeAll(audio.data(), audio.size())) return false;
+            if (!writeAll(blockBytes(first, std::min(block, count - first)))) return;
             if (first == 0) timing.firstAudioMicros = micros(start);
         }
-        return true;
     }
 
-    void garbage() {
-        if (format_.framed) {
-            const char unknownChunk[] = {7, 1, 2, 3};
-            writeAll(unknownChunk, sizeof unknownChunk);
-        } else {
-            writeAll("x", 1);  // half a sample
-        }
-    }
-
-    static std::uint64_t micros(Clock::time_point start) {
-        return static_cast<std::uint64_t>(
-            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
-    }
+    // An unknown chunk type, or half a sample.
+    void garbage() { writeAll(format_.framed ? std::string_view("\x07\x01\x02\x03") : "x"); }
 
 private:
-    std::string samples(std::size_t first, std::size_t count) const {
-        std::string bytes;
+    // Frames [first, first + count); framed, after a word event named "w" and an audio chunk header.
+    std::string blockBytes(std::size_t first, std::size_t count) const {
+        std::string audio;
         for (std::size_t frame = first; frame < first + count; ++frame) {
             for (int channel = 0; channel < format_.channels; ++channel) {
                 if (format_.sample == StreamFormat::Sample::s16le) {
-                    const std::int16_t value = toneValue(frame, channel);
-                    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+                    append(audio, toneValue(frame, channel));
                 } else {
-                    const float value = toneSample(frame, channel);
-                    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
+                    append(audio, toneSample(frame, channel));
                 }
             }
         }
-        return bytes;
+        if (!format_.framed) return audio;
+        std::string chunks = "\x02\x01";
+        for (std::size_t field : {first, first + 1, std::size_t{1}}) append(chunks, static_cast<std::uint32_t>(field));
+        chunks += "w\x01";
+        append(chunks, static_cast<std::uint32_t>(audio.size()));
+        return chunks + audio;
     }
 
-    bool chunkHeader(char type, std::size_t length) {
-        const auto size = static_cast<std::uint32_t>(length);
-        char header[5] = {type};
-        std::memcpy(header + 1, &size, sizeof size);
-        return writeAll(header, sizeof header);
-    }
-
-    // A word event for the frames to come, named "w" + first frame.
-    bool event(std::size_t first) {
-        const std::string name = std::string("w").append(std::to_string(first));
-        const std::uint32_t fields[3] = {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(first + 1),
-                                         static_cast<std::uint32_t>(name.size())};
-        char record[1 + 1 + sizeof fields] = {2, 1};
-        std::memcpy(record + 2, fields, sizeof fields);
-        return writeAll(record, sizeof record) && writeAll(name.data(), name.size());
-    }
-
-    bool writeAll(const char* data, std::size_t size) {
-        while (size > 0) {
-            const ssize_t written = ::write(fd_.get(), data, size);
+    bool writeAll(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const ssize_t written = ::write(fd_.get(), bytes.data(), bytes.size());
             if (written < 0 && errno == EINTR) continue;
             if (written <= 0) return false;
-            data += written;
-            size -= static_cast<std::size_t>(written);
+            bytes.remove_prefix(static_cast<std::size_t>(written));
         }
         return true;
     }
@@ -141,35 +99,27 @@ private:
 class TestProvider {
 public:
     TestProvider(sdbus::IConnection& connection, const std::string& busName, std::vector<TestVoice> voices)
-        : object_(sdbus::createObject(connection, SpielBus::objectPath(busName))), name_(busName),
-          voices_(std::move(voices)) {
-        registerProvider();
-        registerControl();
-        object_->finishRegistration();
-    }
-
-private:
-    void registerProvider() {
-        object_->registerProperty("Name").onInterface(SpielBus::providerInterface).withGetter([this] { return name_; });
-        object_->registerProperty("Voices").onInterface(SpielBus::providerInterface).withGetter([this] {
+        : object_(sdbus::createObject(connection, SpielBus::objectPath(busName))), voices_(std::move(voices)) {
+        const char* provider = SpielBus::providerInterface;
+        object_->registerProperty("Voices").onInterface(provider).withGetter([this] {
             std::lock_guard lock(mutex_);
             std::vector<VoiceRecord> records;
-            for (const auto& voice : voices_) records.emplace_back(voice.name, voice.identifier, voice.format, 0, voice.languages);
+            for (const auto& v : voices_) records.emplace_back(v.name, v.identifier, v.format, 0, v.languages);
             return records;
         });
-        object_->registerMethod("Synthesize")
-            .onInterface(SpielBus::providerInterface)
-            .implementedAs([this](sdbus::Result<>&& result, sdbus::UnixFd fd, std::string text, std::string voiceId,
-                                  double pitch, double rate, bool isSsml, std::string language) {
+        object_->registerMethod("Synthesize").onInterface(provider).implementedAs(
+            [this](sdbus::Result<>&& result, sdbus::UnixFd fd, std::string text, std::string voiceId, double pitch,
+                   double rate, bool isSsml, std::string language) {
                 {
                     std::lock_guard lock(mutex_);
                     lastRequest_ = {text, voiceId, pitch, rate, isSsml, language};
                 }
-                synthesize(std::move(result), std::move(fd), parseCommand(text), voiceId);
+                std::istringstream words(text);
+                std::string verb = "tone";
+                std::size_t frames = 1000, given = 0;
+                if (words >> verb && words >> given) frames = given;
+                synthesize(std::move(result), std::move(fd), verb, frames, voiceId);
             });
-    }
-
-    void registerControl() {
         object_->registerMethod("LastRequest").onInterface(controlInterface).implementedAs([this] {
             std::lock_guard lock(mutex_);
             return lastRequest_;
@@ -183,34 +133,33 @@ private:
                 std::lock_guard lock(mutex_);
                 voices_.push_back({std::move(name), std::move(identifier), std::move(format), std::move(languages)});
             });
+        object_->finishRegistration();
     }
 
-    void synthesize(sdbus::Result<>&& result, sdbus::UnixFd fd, const Command& command, const std::string& voiceId) {
+private:
+    void synthesize(sdbus::Result<>&& result, sdbus::UnixFd fd, const std::string& verb, std::size_t frames,
+                    const std::string& voiceId) {
         const auto start = Clock::now();
         const std::optional<TestVoice> voice = find(voiceId);
         const auto format = voice ? StreamFormat::parse(voice->format) : std::nullopt;
-        if (!format || command.verb == "refuse") {
+        if (!format || verb == "refuse") {
             result.returnError(sdbus::Error("org.freedesktop.Speech.Provider.Error.Refused", "The test provider refuses."));
             return;
         }
         ToneWriter writer(std::move(fd), *format, voice->paced);
-        Timing unrecorded;
-        if (command.verb == "die") {
-            writer.tone(command.frames, start, unrecorded);
-            ::_exit(0);
-        }
-        if (command.verb == "silent") {
-            writer.tone(command.frames, start, unrecorded);
+        ProviderTiming timing;
+        if (verb == "die" || verb == "silent") {
+            writer.tone(frames, start, timing);
+            if (verb == "die") ::_exit(0);
             unanswered_.push_back(std::move(result));
             return;
         }
         result.returnResults();
-        std::thread([this, writer = std::move(writer), command, start]() mutable {
-            Timing timing;
-            writer.tone(command.frames, start, timing);
-            if (command.verb == "garbage") writer.garbage();
-            while (command.verb == "stall") std::this_thread::sleep_for(std::chrono::hours(1));
-            timing.totalMicros = ToneWriter::micros(start);
+        std::thread([this, writer = std::move(writer), verb, frames, start, timing]() mutable {
+            writer.tone(frames, start, timing);
+            if (verb == "garbage") writer.garbage();
+            while (verb == "stall") std::this_thread::sleep_for(std::chrono::hours(1));
+            timing.totalMicros = micros(start);
             std::lock_guard lock(mutex_);
             timing_ = timing;
         }).detach();
@@ -218,18 +167,15 @@ private:
 
     std::optional<TestVoice> find(const std::string& identifier) {
         std::lock_guard lock(mutex_);
-        for (const auto& voice : voices_) {
-            if (voice.identifier == identifier) return voice;
-        }
-        return std::nullopt;
+        const auto found = std::ranges::find(voices_, identifier, &TestVoice::identifier);
+        return found == voices_.end() ? std::nullopt : std::optional(*found);
     }
 
     std::unique_ptr<sdbus::IObject> object_;
-    std::string name_;
     std::mutex mutex_;
     std::vector<TestVoice> voices_;
     sdbus::Struct<std::string, std::string, double, double, bool, std::string> lastRequest_;
-    Timing timing_;
+    ProviderTiming timing_;
     std::vector<sdbus::Result<>> unanswered_;
 };
 

@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <thread>
+
+#include "speech/NullOutput.h"
+#include "speech/ProviderControl.h"
+#include "speech/Synthesizer.h"
+#include "speech/TestProviderVoices.h"
+
+namespace velmora {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A value that threads of the code under test change and the test waits on.
+template <typename T>
+struct Watched {
+    void change(const std::function<void(T&)>& how) {
+        std::lock_guard lock(mutex);
+        how(value);
+        changed.notify_all();
+    }
+    T waitUntil(const std::function<bool(const T&)>& done, std::chrono::milliseconds limit = 20s) {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, limit, [&] { return done(value); });
+        return value;
+    }
+    std::mutex mutex;
+    std::condition_variable changed;
+    T value{};
+};
+
+// What one write() delivered: the samples of every buffer in order, and what came at the end.
+struct Render {
+    std::vector<float> samples;
+    int channels = 0;
+    double sampleRate = 0;
+    bool ended = false;       // an empty buffer came
+    int buffersAfterEnd = 0;  // anything after the first empty buffer
+
+    std::size_t frames() const { return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0; }
+    void add(const PcmBuffer& buffer) {
+        if (ended) ++buffersAfterEnd;
+        ended = ended || buffer.frameCount() == 0;
+        if (ended) return;
+        channels = buffer.channels;
+        sampleRate = buffer.sampleRate;
+        samples.insert(samples.end(), buffer.samples.begin(), buffer.samples.end());
+    }
+};
+
+std::shared_ptr<Watched<Render>> startRender(AudioRenderer& renderer, const Utterance& utterance) {
+    auto watch = std::make_shared<Watched<Render>>();
+    renderer.write(utterance, [watch](const PcmBuffer& buffer) { watch->change([&](Render& r) { r.add(buffer); }); });
+    return watch;
+}
+
+// What the render delivered once it ended, or when `limit` has passed.
+Render waitForEnd(const std::shared_ptr<Watched<Render>>& watch, std::chrono::milliseconds limit = 20s) {
+    return watch->waitUntil([](const Render& r) { return r.ended; }, limit);
+}
+
+Render render(AudioRenderer& renderer, const Utterance& u) { return waitForEnd(startRender(renderer, u)); }
+
+// The silent real-time output, adding the frames it plays to a count.
+struct CountingOutput : NullOutput {
+    explicit CountingOutput(std::shared_ptr<std::atomic<std::size_t>> count) : played(std::move(count)) {}
+    void play(const PcmBuffer& buffer, std::stop_token stop) override {
+        NullOutput::play(buffer, stop);
+        *played += buffer.frameCount();
+    }
+    std::shared_ptr<std::atomic<std::size_t>> played;
+};
+
+using Calls = std::vector<std::string>;
+const std::string m = "com.tarvenholt.Velmora.voice.";
+const std::string raw16 = m + "ios4.en-US.Raw16", raw32 = m + "ios5.de-DE.Raw32";
+const std::string framed16 = m + "ios6.fr-FR.Framed16", framed32 = m + "ios7.en-GB.Framed32";
+
+// The fixture is the synthesizer's delegate and records its calls as "finish:TEXT" and "cancel:TEXT".
+class SpeechBusTest : public testing::Test, public SynthesizerDelegate {
+protected:
+    SpeechBusTest() { synthesizer.setDelegate(this); }
+    ~SpeechBusTest() override { synthesizer.setDelegate(nullptr); }
+    void didFinish(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("finish:" + u.text); }); }
+    void didCancel(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("cancel:" + u.text); }); }
+    Calls waitForCalls(std::size_t count, std::chrono::milliseconds limit = 20s) {
+        return calls.waitUntil([count](const Calls& all) { return all.size() >= count; }, limit);
+    }
+
+    Watched<Calls> calls;
+    std::shared_ptr<SpeechSystem> system = std::make_shared<SpeechSystem>();
+    std::shared_ptr<std::atomic<std::size_t>> played = std::make_shared<std::atomic<std::size_t>>(0);
+    Synthesizer synthesizer{system, [this](int, double) { return std::make_unique<CountingOutput>(played); }};
+};
+
+TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
+    std::vector<SpeechVoice> expected;
+    for (const char* set : {"chimes", "tones"}) {  // provider by provider, in bus name order
+        for (const auto& v : test::testVoices(set)) expected.push_back({v.identifier, v.name, v.languages.front()});
+    }
+    EXPECT_EQ(system->voices(), expected);
+    test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000", {"ja-JP"});
+    EXPECT_EQ(system->voices(), expected);
+    system->updateSpeechVoices();
+    expected.insert(expected.begin() + 2, {"org.example.Late", "Late", "ja-JP"});
+    EXPECT_EQ(system->voices(), expected);
+}
+
+TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
+    const struct {
+        std::string voice;
+        std::size_t frames;
+        int channels;
+        double rate;
+    } cases[] = {{raw16, 2345, 1, 22050}, {raw32, 40001, 2, 16000}, {framed16, 1501, 2, 22050}, {framed32, 7, 1, 44100}};
+    for (const auto& c : cases) {
+        const auto rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
+        std::vector<float> tone;
+        for (std::size_t frame = 0; frame < c.frames; ++frame) {
+            for (int channel = 0; channel < c.channels; ++channel) tone.push_back(test::toneSample(frame, channel));
+        }
+        EXPECT_EQ(rendered.samples, tone) << c.voice;
+        EXPECT_EQ(std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
+                  std::tuple(c.channels, c.rate, true, 0)) << c.voice;
+    }
+}
+
+TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlItself) {
+    const Utterance ssml{.text = "<speak>Hi</speak>", .isSsml = true, .voiceIdentifier = framed16, .rate = 0.75f,
+                         .pitchMultiplier = 1.4f};
+    EXPECT_EQ(render(synthesizer, ssml).frames(), 1000u);  // the provider's length when the text names none
+    const test::ProviderRequest request{"<speak>Hi</speak>", framed16, double{1.4f}, 2.0, true, "fr-FR"};
+    EXPECT_EQ(test::lastRequest(test::tonesProvider), request);
+
+    const Render refused = render(synthesizer, {.text = "<speak>tone 20", .isSsml = true, .voiceIdentifier = raw16});
+    EXPECT_EQ(std::tuple(refused.ended, refused.frames()), std::tuple(true, 0u));
+    EXPECT_EQ(test::lastRequest(test::tonesProvider), request);
+}
+
+TEST_F(SpeechBusTest, AFailingProviderCostsAPartialRenderAndTheEndBuffer) {
+    synthesizer.setLimits({300ms, 5s});
+    const struct {
+        std::string text, voice;
+        std::size_t frames;
+    } cases[] = {
+        {"die 3000", raw16, 3000},    {"die 1500", framed32, 1500},  {"stall 1000", raw16, 1000},
+        {"stall 600", framed16, 600}, {"garbage 700", raw16, 700},   {"garbage 700", framed32, 700},
+        {"silent 500", raw32, 500},   {"refuse", raw16, 0},          {"tone 100", "org.example.Missing", 0},
+    };
+    for (const auto& c : cases) {
+        const Render rendered = render(synthesizer, {.text = c.text, .voiceIdentifier = c.voice});
+        EXPECT_EQ(std::tuple(rendered.ended, rendered.frames(), rendered.buffersAfterEnd), std::tuple(true, c.frames, 0))
+            << c.text << " with " << c.voice;
+    }
+    // The provider that died is started again for the next utterance.
+    EXPECT_EQ(render(synthesizer, {.text = "tone 50", .voiceIdentifier = raw16}).frames(), 50u);
+}
+
+TEST_F(SpeechBusTest, StopEndsRendersAndSpeechAtOnceAndDropsTheQueue) {
+    const auto stopped = startRender(synthesizer, {.text = "stall 100", .voiceIdentifier = raw16});
+    synthesizer.speak({.text = "tone 441000", .voiceIdentifier = raw16});  // twenty seconds
+    synthesizer.speak({.text = "tone 10", .voiceIdentifier = raw16});
+    for (int i = 0; i < 500 && *played == 0; ++i) std::this_thread::sleep_for(10ms);
+    synthesizer.stop();
+    EXPECT_TRUE(waitForEnd(stopped, 5s).ended);  // rather than after the ten-second stall limit
+    EXPECT_EQ(waitForCalls(2, 5s), (Calls{"cancel:tone 441000", "cancel:tone 10"}));
+    EXPECT_LT(*played, 441000u);
+}
+
+TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCame) {
+    synthesizer.speak({.text = "tone 2205", .voiceIdentifier = raw16});
+    synthesizer.speak({.text = "<speak>", .isSsml = true, .voiceIdentifier = raw16});
+    synthesizer.speak({.text = "refuse", .voiceIdentifier = raw16});
+    synthesizer.speak({.text = "die 300", .voiceIdentifier = raw16});
+    synthesizer.speak({.text = "tone 5", .voiceIdentifier = "org.example.Missing"});
+    synthesizer.speak({.text = "tone 441", .voiceIdentifier = framed32});
+    EXPECT_EQ(waitForCalls(6), (Calls{"finish:tone 2205", "cancel:<speak>", "cancel:refuse", "cancel:die 300",
+                                          "cancel:tone 5", "finish:tone 441"}));
+    EXPECT_EQ(*played, 2205u + 300u + 441u);
+}
+
+}  // namespace
+}  // namespace velmora
