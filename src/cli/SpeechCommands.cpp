@@ -36,7 +36,8 @@ void printVoices(bool asJson) {
     }
     if (voices.empty()) std::cout << "Voices not registered yet\n";
     for (const auto& group : groups) {
-        std::cout << group.release << " \u2014 " << group.voices.size() << " voices\n";
+        const std::size_t count = group.voices.size();
+        std::cout << group.release << " \u2014 " << count << (count == 1 ? " voice\n" : " voices\n");
         for (const auto& voice : group.voices) {
             std::cout << "  " << voice.name << '\t' << voice.language << '\t' << voice.identifier << '\n';
         }
