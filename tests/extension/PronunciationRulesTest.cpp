@@ -32,49 +32,29 @@ TEST(PronunciationRulesTest, ParsesRuleLinesAndSkipsOddOnes) {
     EXPECT_EQ(PronunciationRules::parse(many).rules().size(), PronunciationRules::maximumRules);
 }
 
-TEST(PronunciationRulesTest, ReplacesWholeWordsInOrder) {
-    const PronunciationRules rules({{"Mac OS X", "Mac OS ten"}, {"Panic!", "Panic"}, {"iOS", "I O S"}, {"ios", "I O S"},
-                                    {"Dr.", "Doctor"}});
-    struct Case {
-        const char* text;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {"Mac OS X", "Mac OS ten"},
-        {"Mac OS X ", "Mac OS ten"},
-        {"Panic! At the Disco", "Panic At the Disco"},
-        {"Update iOS today", "Update I O S today"},
-        {"ios", "I O S"},
+TEST(PronunciationRulesTest, ReplacesWholeWordsInOrderAndLeavesMarkupAlone) {
+    const auto rules =
+        PronunciationRules({{"Mac OS X", "Mac OS ten"}, {"Panic!", "Panic"}, {"Dr.", "Doctor"}})
+            .followedBy(PronunciationRules({{"iOS", "I O S"}, {"ios", "I O S"}, {"Doctor", "Dr"}}));
+    const std::pair<const char*, const char*> cases[] = {
         {"iostream and macios", "iostream and macios"},
         {"iOS,ios;iOS", "I O S,I O S;I O S"},
         {"IOS", "IOS"},
         {"Mac OS XI", "Mac OS XI"},
         {"Dr.Who", "DoctorWho"},
-        {"  many \n\t blanks  ", "many blanks"},
-        {"", ""},
+        {"Dr. Who", "Dr Who"},
+        {"  Mac OS X \n\t blanks  ", "Mac OS ten blanks"},
     };
-    for (const auto& testCase : cases) {
-        EXPECT_EQ(rules.applyToText(testCase.text), testCase.expected) << testCase.text;
-    }
-}
-
-TEST(PronunciationRulesTest, LeavesSsmlMarkupAlone) {
-    const PronunciationRules rules({{"ios", "I O S"}, {"speak", "talk"}});
-    EXPECT_EQ(rules.applyToSsml("<speak xml:lang=\"ios\">ios <break/> speak</speak>"),
-              "<speak xml:lang=\"ios\">I O S <break/> talk</speak>");
+    for (const auto& [text, expected] : cases) EXPECT_EQ(rules.applyToText(text), expected) << text;
+    EXPECT_EQ(rules.applyToSsml("<speak xml:lang=\"ios\">ios <break/> Dr.</speak>"),
+              "<speak xml:lang=\"ios\">I O S <break/> Dr</speak>");
     EXPECT_EQ(rules.applyToSsml("ios <unclosed ios"), "I O S <unclosed ios");
 }
 
 TEST(PronunciationRulesTest, StopsRulesThatGrowTheTextWithoutBound) {
-    std::vector<Rule> doubling(40, Rule{"-", "--"});
-    const std::string text = PronunciationRules(doubling).applyToText("-");
+    const std::string text = PronunciationRules(std::vector<Rule>(40, Rule{"-", "--"})).applyToText("-");
     EXPECT_LE(text.size(), PronunciationRules::maximumTextSize);
     EXPECT_GE(text.size(), PronunciationRules::maximumTextSize / 2);
-}
-
-TEST(PronunciationRulesTest, FollowedByKeepsBothSetsInOrder) {
-    const auto combined = PronunciationRules({Rule{"a", "b"}}).followedBy(PronunciationRules({Rule{"b", "c"}}));
-    EXPECT_EQ(combined.applyToText("a"), "c");
 }
 
 }  // namespace
