@@ -1,21 +1,21 @@
 #include "zip/Fixtures.h"
 
-#include <algorithm>
 #include <random>
 #include <zlib.h>
 
 namespace velmora::test {
 namespace {
 
-void append(std::string& bytes, std::size_t value, int width) {
-    for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+// Each value as a little-endian field of its width in bytes.
+std::string little(std::initializer_list<std::pair<std::size_t, int>> fields) {
+    std::string bytes;
+    for (const auto& [value, width] : fields) {
+        for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+    }
+    return bytes;
 }
 
 }  // namespace
-
-std::span<const std::byte> asBytes(std::string_view text) {
-    return {reinterpret_cast<const std::byte*>(text.data()), text.size()};
-}
 
 std::string patterned(std::size_t size, unsigned seed) {
     std::mt19937 random(seed);
@@ -32,46 +32,31 @@ std::string rawDeflate(std::string_view data, int level) {
     return wrapped.substr(2, size - 6);  // without the zlib header and checksum
 }
 
-HandZip handZip(const std::vector<HandEntry>& entries, std::string_view trailer) {
+HandZip handZip(const std::vector<HandEntry>& entries) {
     HandZip zip;
     std::string central;
     for (const auto& e : entries) {
         const std::string data = e.level < 0 ? e.content : rawDeflate(e.content, e.level);
-        std::string fields;  // from "version needed" to the extra field's length: alike in both headers
-        append(fields, 20, 2);
-        append(fields, 0, 2);  // flags
-        append(fields, e.level < 0 ? 0 : 8, 2);
-        append(fields, 0, 4);  // time, date
-        append(fields, crc32(0, reinterpret_cast<const Bytef*>(e.content.data()), e.content.size()), 4);
-        append(fields, data.size(), 4);
-        append(fields, e.content.size(), 4);
-        append(fields, e.name.size(), 4);  // the name's length, then no extra field
-        append(central, 0x02014B50, 4);
-        append(central, 20, 2);  // version made by
-        central += fields + std::string(10, '\0');  // comment, disk, attributes
-        append(central, zip.bytes.size(), 4);
-        central += e.name;
-        append(zip.bytes, 0x04034B50, 4);
-        zip.bytes += fields + e.name + data;
+        const auto crc = crc32(0, reinterpret_cast<const Bytef*>(e.content.data()), e.content.size());
+        // Alike in both headers: version needed, flags, method, time and date, CRC-32, sizes, name
+        // and extra field lengths.
+        const std::string fields = little({{20, 2}, {0, 2}, {e.level < 0 ? 0U : 8U, 2}, {0, 4}, {crc, 4},
+                                           {data.size(), 4}, {e.content.size(), 4}, {e.name.size(), 2}, {0, 2}});
+        // Signature, version made by, the fields, comment length, disk, attributes, local header offset.
+        central += little({{0x02014B50, 4}, {20, 2}}) + fields + std::string(10, '\0') +
+                   little({{zip.bytes.size(), 4}}) + e.name;
+        zip.bytes += little({{0x04034B50, 4}}) + fields + e.name + data;
     }
     zip.directory = zip.bytes.size();
     zip.end = zip.directory + central.size();
-    zip.bytes += central;
-    append(zip.bytes, 0x06054B50, 4);
-    append(zip.bytes, 0, 4);  // disks
-    append(zip.bytes, entries.size(), 2);
-    append(zip.bytes, entries.size(), 2);
-    append(zip.bytes, central.size(), 4);
-    append(zip.bytes, zip.directory, 4);
-    append(zip.bytes, std::min<std::size_t>(trailer.size(), 0xFFFF), 2);
-    zip.bytes += trailer;
+    // Signature, disks, records on this disk and in all, directory size and offset, comment length.
+    zip.bytes += central + little({{0x06054B50, 4}, {0, 4}, {entries.size(), 2}, {entries.size(), 2},
+                                   {central.size(), 4}, {zip.directory, 4}, {0, 2}});
     return zip;
 }
 
 std::string patched(std::string bytes, std::size_t at, std::uint32_t value, int width) {
-    std::string field;
-    append(field, value, width);
-    return bytes.replace(at, static_cast<std::size_t>(width), field);
+    return bytes.replace(at, static_cast<std::size_t>(width), little({{value, width}}));
 }
 
 }  // namespace velmora::test

@@ -21,8 +21,7 @@ TEST(ZipCrc, TableAndFastRegistersGiveTheCheckValueInAnyPieces) {
     }
 }
 
-// What one decoder made of a stream: the size of every piece it emitted, the whole output and
-// its failure text ("" for none).
+// What a decoder made of a stream: the size of each piece it emitted, the output, the failure text.
 struct Outcome {
     std::vector<std::size_t> pieces;
     std::string output;
@@ -50,29 +49,26 @@ TEST(ZipInflate, DecodesLikeZlibInStepsOfFourMiB) {
     const std::string good = test::rawDeflate(small);
     const std::string fixed = "fixed Huffman codes, fixed Huffman codes";
     ASSERT_EQ(test::rawDeflate(fixed)[0] & 6, 2);  // block type 01: zlib chose the fixed codes
-    auto flipped = [&](std::size_t at) { return good.substr(0, at) + char(good[at] ^ 0x5A) + good.substr(at + 1); };
+    auto flipped = [&](std::size_t at) { return good.substr(0, at) + char(~good[at]) + good.substr(at + 1); };
     const std::string noProgress = "The archive is damaged (decompressor made no progress).";
     const std::string badData = "The archive is damaged (compressed data).";
     struct Case {
         const char* label;
         std::string stream;
         std::optional<std::string> failure;  // none: whatever zlib says
-        std::string expected = {};             // the output when it decodes
-        std::vector<std::size_t> pieces = {};
     };
     const std::vector<Case> cases = {
-        {"empty content", test::rawDeflate(""), "", "", {}},
-        {"dynamic Huffman", good, "", small, {small.size()}},
-        {"fixed Huffman", test::rawDeflate(fixed), "", fixed, {fixed.size()}},
-        {"stored blocks", test::rawDeflate(small, 0), "", small, {small.size()}},
-        {"bytes after the end are ignored", good + "trailing", "", small, {small.size()}},
-        {"over 8 MiB of output", test::rawDeflate(large), "", large, {step, step, 12345}},
-        {"exactly 4 MiB", test::rawDeflate(large.substr(0, step)), "", large.substr(0, step), {step}},
+        {"empty content", test::rawDeflate(""), ""},
+        {"dynamic Huffman", good, ""},
+        {"fixed Huffman", test::rawDeflate(fixed), ""},
+        {"stored blocks", test::rawDeflate(small, 0), ""},
+        {"bytes after the end are ignored", good + "trailing", ""},
+        {"over 8 MiB of output", test::rawDeflate(large), ""},
+        {"exactly 4 MiB", test::rawDeflate(large.substr(0, step)), ""},
         {"empty stream", "", noProgress},
         {"reserved block type", "\x07\x00\x00\x00", badData},
         {"stored block with a bad length check", std::string("\x01\x05\x00\x00\x00hello", 10), badData},
         {"distance before the start", std::string("\x03\x02\x00", 3), badData},
-        {"cut in half", good.substr(0, good.size() / 2), noProgress},
         {"cut before the last byte", good.substr(0, good.size() - 1), noProgress},
         {"flipped first byte", flipped(0), std::nullopt},
         {"flipped byte in the middle", flipped(good.size() / 2), std::nullopt},
@@ -82,19 +78,16 @@ TEST(ZipInflate, DecodesLikeZlibInStepsOfFourMiB) {
         SCOPED_TRACE(c.label);
         const Outcome isal = decode(ZipReader::inflate, c.stream);
         const Outcome zlib = decode(zip::zlibInflate, c.stream);
-        if (c.failure) {
-            EXPECT_EQ(isal.failure, *c.failure);
-        }
-        if (c.failure == "") {
-            EXPECT_TRUE(isal.output == c.expected && isal.pieces == c.pieces);
-        }
+        EXPECT_EQ(isal.failure, c.failure.value_or(zlib.failure));
+        EXPECT_EQ(isal.failure, zlib.failure);
         // A flip may still decode to something (then only the CRC-32 can tell): the same thing. What
         // came out before a failure may differ; the writer decodes a failing entry again with zlib.
-        EXPECT_EQ(isal.failure, zlib.failure);
         if (isal.failure.empty()) {
-            EXPECT_TRUE(isal.output == zlib.output) << isal.output.size() << " against " << zlib.output.size();
+            EXPECT_TRUE(isal.output == zlib.output && isal.pieces == zlib.pieces);
         }
     }
+    const std::vector<std::size_t> steps = {step, step, 12345};
+    EXPECT_EQ(decode(ZipReader::inflate, test::rawDeflate(large)).pieces, steps);
 }
 
 }  // namespace
