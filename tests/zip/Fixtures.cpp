@@ -1,121 +1,62 @@
 #include "zip/Fixtures.h"
 
-#include <nlohmann/json.hpp>
 #include <random>
-#include <stdexcept>
 #include <zlib.h>
-
-#include "support/Files.h"
-#include "support/Process.h"
 
 namespace velmora::test {
 namespace {
 
-// Streamed archives go through a writer that cannot seek, which makes zipfile write data
-// descriptors after each entry.
-constexpr const char* pythonWriter = R"(
-import io, json, sys, zipfile
-request = json.loads(sys.argv[1])
-class Unseekable(io.RawIOBase):
-    def __init__(self, f): self.f = f
-    def writable(self): return True
-    def seekable(self): return False
-    def write(self, b): return self.f.write(b)
-with open(request["archive"], "wb") as out:
-    target = Unseekable(out) if request["streamed"] else out
-    with zipfile.ZipFile(target, "w") as archive:
-        for entry in request["entries"]:
-            info = zipfile.ZipInfo(entry["name"])
-            if entry["name"].endswith("/"):
-                archive.writestr(info, b"")
-                continue
-            info.compress_type = zipfile.ZIP_STORED if entry["stored"] else zipfile.ZIP_DEFLATED
-            with open(request["folder"] + "/" + entry["name"], "rb") as source:
-                archive.writestr(info, source.read())
-        archive.comment = b"c" * request["comment"]
-)";
-
-void run(const std::string& program, const std::vector<std::string>& arguments) {
-    const auto result = runProcess(program, arguments);
-    if (result.exitStatus != 0) throw std::runtime_error(program + " failed: " + result.err);
+// Each value as a little-endian field of its width in bytes.
+std::string little(std::initializer_list<std::pair<std::size_t, int>> fields) {
+    std::string bytes;
+    for (const auto& [value, width] : fields) {
+        for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+    }
+    return bytes;
 }
 
 }  // namespace
 
-std::vector<std::byte> readBytes(const std::filesystem::path& file) {
-    const std::string text = readFile(file);
-    const auto bytes = asBytes(text);
-    return {bytes.begin(), bytes.end()};
-}
-
-std::span<const std::byte> asBytes(std::string_view text) {
-    return {reinterpret_cast<const std::byte*>(text.data()), text.size()};
-}
-
-std::string asText(std::span<const std::byte> bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
 std::string patterned(std::size_t size, unsigned seed) {
     std::mt19937 random(seed);
-    std::string text;
-    text.reserve(size);
-    static constexpr std::string_view words[] = {"voice ", "unit ", "pitch ", "formant ", "lexicon ", "\x01\x02"};
-    while (text.size() < size) {
-        if (random() % 3 == 0) {
-            text.push_back(static_cast<char>(random() & 0xFF));
-        } else {
-            text.append(words[random() % std::size(words)]);
-        }
-    }
-    text.resize(size);
+    std::string text(size, '\0');
+    for (auto& c : text) c = static_cast<char>(random() % 3 == 0 ? random() : "voice unit pitch "[random() % 17]);
     return text;
 }
 
 std::string rawDeflate(std::string_view data, int level) {
-    z_stream stream{};
-    deflateInit2(&stream, level, Z_DEFLATED, -15, 8, Z_DEFAULT_STRATEGY);
-    std::string output(deflateBound(&stream, data.size()), '\0');
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-    stream.avail_in = static_cast<uInt>(data.size());
-    stream.next_out = reinterpret_cast<Bytef*>(output.data());
-    stream.avail_out = static_cast<uInt>(output.size());
-    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) throw std::runtime_error("deflate failed");
-    output.resize(stream.total_out);
-    deflateEnd(&stream);
-    return output;
+    uLongf size = compressBound(data.size());
+    std::string wrapped(size, '\0');
+    compress2(reinterpret_cast<Bytef*>(wrapped.data()), &size, reinterpret_cast<const Bytef*>(data.data()),
+              data.size(), level);
+    return wrapped.substr(2, size - 6);  // without the zlib header and checksum
 }
 
-std::uint32_t referenceCrc(std::string_view data) {
-    return static_cast<std::uint32_t>(
-        ::crc32(0, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size())));
-}
-
-void writeTree(const std::filesystem::path& folder, const std::vector<SourceFile>& files) {
-    for (const auto& file : files) {
-        if (file.name.ends_with('/')) {
-            std::filesystem::create_directories(folder / file.name);
-        } else {
-            writeFile(folder / file.name, file.data);
-        }
+HandZip handZip(const std::vector<HandEntry>& entries) {
+    HandZip zip;
+    std::string central;
+    for (const auto& e : entries) {
+        const std::string data = e.level < 0 ? e.content : rawDeflate(e.content, e.level);
+        const auto crc = crc32(0, reinterpret_cast<const Bytef*>(e.content.data()), e.content.size());
+        // Alike in both headers: version needed, flags, method, time and date, CRC-32, sizes, name
+        // and extra field lengths.
+        const std::string fields = little({{20, 2}, {0, 2}, {e.level < 0 ? 0U : 8U, 2}, {0, 4}, {crc, 4},
+                                           {data.size(), 4}, {e.content.size(), 4}, {e.name.size(), 2}, {0, 2}});
+        // Signature, version made by, the fields, comment length, disk, attributes, local header offset.
+        central += little({{0x02014B50, 4}, {20, 2}}) + fields + std::string(10, '\0') +
+                   little({{zip.bytes.size(), 4}}) + e.name;
+        zip.bytes += little({{0x04034B50, 4}}) + fields + e.name + data;
     }
+    zip.directory = zip.bytes.size();
+    zip.end = zip.directory + central.size();
+    // Signature, disks, records on this disk and in all, directory size and offset, comment length.
+    zip.bytes += central + little({{0x06054B50, 4}, {0, 4}, {entries.size(), 2}, {entries.size(), 2},
+                                   {central.size(), 4}, {zip.directory, 4}, {0, 2}});
+    return zip;
 }
 
-void pythonZip(const std::filesystem::path& archive, const std::filesystem::path& folder,
-               const std::vector<SourceFile>& files, PythonZipOptions options) {
-    nlohmann::json request = {{"archive", archive.string()}, {"folder", folder.string()},
-                           {"comment", options.commentLength}, {"streamed", options.streamed},
-                           {"entries", nlohmann::json::array()}};
-    for (const auto& file : files) request["entries"].push_back({{"name", file.name}, {"stored", file.stored}});
-    run("/usr/bin/env", {"python3", "-c", pythonWriter, request.dump()});
-}
-
-void infoZip(const std::filesystem::path& archive, const std::filesystem::path& folder) {
-    run("/bin/sh", {"-c", "cd \"$1\" && zip -q -r \"$2\" .", "sh", folder.string(), archive.string()});
-}
-
-void infoZipFromStdin(const std::filesystem::path& archive, const std::filesystem::path& input) {
-    run("/bin/sh", {"-c", "cat \"$2\" | zip -q \"$1\" -", "sh", archive.string(), input.string()});
+std::string patched(std::string bytes, std::size_t at, std::uint32_t value, int width) {
+    return bytes.replace(at, static_cast<std::size_t>(width), little({{value, width}}));
 }
 
 }  // namespace velmora::test

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,38 +9,32 @@
 
 namespace velmora::test {
 
-std::vector<std::byte> readBytes(const std::filesystem::path& file);
-std::span<const std::byte> asBytes(std::string_view text);
-std::string asText(std::span<const std::byte> bytes);
-
+inline std::span<const std::byte> asBytes(std::string_view text) { return std::as_bytes(std::span(text)); }
 // Deterministic, moderately compressible content.
 std::string patterned(std::size_t size, unsigned seed);
-// Raw DEFLATE of `data` by zlib at `level` (0 gives stored blocks).
+// Raw DEFLATE of `data` by zlib (level 0 gives stored blocks).
 std::string rawDeflate(std::string_view data, int level = 6);
-// zlib's CRC-32, independent of the reader's.
-std::uint32_t referenceCrc(std::string_view data);
 
-// A file (or, with a name ending in "/", a directory) of a test archive.
-struct SourceFile {
-    std::string name;
-    std::string data;
-    bool stored = false;
+// One entry of an archive written byte by byte, for the cases no real writer produces.
+struct HandEntry {
+    std::string name;     // raw name bytes
+    std::string content;  // before compression
+    int level = -1;       // -1: stored, else deflated by zlib at this level
 };
-
-// Writes the files and directories below `folder`.
-void writeTree(const std::filesystem::path& folder, const std::vector<SourceFile>& files);
-
-struct PythonZipOptions {
-    std::size_t commentLength = 0;
-    bool streamed = false;  // written to a pipe-like stream: data descriptors, zero local sizes
+struct HandZip {
+    std::string bytes;
+    std::size_t directory = 0;  // where the central directory starts
+    std::size_t end = 0;        // where the end record starts
 };
+// Local headers and data, central records, then an end record.
+HandZip handZip(const std::vector<HandEntry>& entries);
 
-// Python's zipfile archives the files of writeTree(folder, files), in order.
-void pythonZip(const std::filesystem::path& archive, const std::filesystem::path& folder,
-               const std::vector<SourceFile>& files, PythonZipOptions options = {});
-// Info-ZIP zip archives the whole of `folder`, recursively.
-void infoZip(const std::filesystem::path& archive, const std::filesystem::path& folder);
-// Info-ZIP zip archives standard input, read from `input`, as the entry "-".
-void infoZipFromStdin(const std::filesystem::path& archive, const std::filesystem::path& input);
+// Offsets of little-endian fields in a central record, a local header and the end record.
+enum Field : std::size_t {
+    centralFlags = 8, centralMethod = 10, centralCompressed = 20, centralUncompressed = 24, centralNameLength = 28,
+    centralLocalOffset = 42, localExtraLength = 28, endDisk = 4, endTotal = 10, endOffset = 16,
+};
+// `bytes` with the `width`-byte field at `at` set to `value`.
+std::string patched(std::string bytes, std::size_t at, std::uint32_t value, int width = 4);
 
 }  // namespace velmora::test
