@@ -1,9 +1,6 @@
-// Entitles the process, writes this test bundle's compact data and sets the user's locale
-// before anything resolves them (once per process), then runs the tests.
+// Entitles the process, writes this bundle's compact data and sets the user's locale, once.
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
-
-#include <cstdlib>
 
 #include "Fixtures.h"
 #include "store/Bundle.h"
@@ -18,13 +15,10 @@ const std::filesystem::path& velmora::test::world() {
 int main(int argc, char** argv) {
     using namespace velmora::test;
     entitleProcess(world(), "group.test.enhanced");
-    ::unsetenv("VELMORA_CATALOG_URL");
-    ::unsetenv("VELMORA_CA_FILE");
     // Voice names that the display order uses, and dictionaries that installs copy into packs.
     const auto resources = velmora::Bundle::main().folder() / "PlugIns/Fixture.appex/Resources";
     std::filesystem::remove_all(resources.parent_path());
     writeFile(resources / "ios5/TTSResources/en-US/broker.hdr", brokerHeader("Samantha"));
-    writeFile(resources / "ios6/TTSResources/en-US/broker.hdr", brokerHeader("Samantha"));
     writeFile(resources / "ios6/TTSResources/en-US/user_rules.txt", "rules");
     writeFile(resources / "ios6/TTSResources/en-US/en_userdct.dat", "dictionary");
     writeFile(resources / "ios6/TTSResources/en-AU/broker.hdr", brokerHeader("daniel"));

@@ -2,8 +2,6 @@
 
 #include <openssl/evp.h>
 
-#include <stdexcept>
-
 #include "support/Files.h"
 #include "support/Process.h"
 
@@ -18,25 +16,20 @@ std::vector<std::byte> sha1Of(std::string_view bytes) {
 
 std::string dataValue(const std::vector<std::byte>& bytes) {
     std::string encoded(4 * ((bytes.size() + 2) / 3) + 1, '\0');
-    encoded.resize(static_cast<std::size_t>(EVP_EncodeBlock(
-        reinterpret_cast<unsigned char*>(encoded.data()),
-        reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()))));
+    auto* out = reinterpret_cast<unsigned char*>(encoded.data());
+    const auto* in = reinterpret_cast<const unsigned char*>(bytes.data());
+    encoded.resize(static_cast<std::size_t>(EVP_EncodeBlock(out, in, static_cast<int>(bytes.size()))));
     return "<data>" + encoded + "</data>";
 }
 
-std::string assetXml(const std::string& format, const std::string& language,
-                     const std::vector<std::pair<std::string, std::string>>& changes) {
-    std::vector<std::pair<std::string, std::string>> entries{
-        {"Build", stringValue("10A403")},
-        {"FormatVersion", stringValue(format)},
-        {"Language", stringValue(language)},
-        {"_DownloadSize", "<integer>1000</integer>"},
-        {"_IsZipStreamable", "<true/>"},
-        {"_MasteredVersion", stringValue("5.0.1")},
-        {"_Measurement", dataValue(std::vector<std::byte>(20, std::byte{0x5a}))},
-        {"_UnarchivedSize", "<integer>4000</integer>"},
-        {"__BaseURL", stringValue("https://example.invalid/voices/")},
-        {"__RelativePath", stringValue(language + ".zip")}};
+std::string assetXml(const std::string& format, const std::string& language, const Entries& changes) {
+    Entries entries{{"Build", stringValue("10A403")}, {"_IsZipStreamable", "<true/>"},
+                    {"FormatVersion", stringValue(format)}, {"Language", stringValue(language)},
+                    {"_DownloadSize", "<integer>1000</integer>"}, {"_MasteredVersion", stringValue("5.0.1")},
+                    {"_UnarchivedSize", "<integer>4000</integer>"},
+                    {"_Measurement", dataValue(std::vector<std::byte>(20, std::byte{0x5a}))},
+                    {"__BaseURL", stringValue("https://example.invalid/voices/")},
+                    {"__RelativePath", stringValue(language + ".zip")}};
     for (const auto& [key, value] : changes) {
         std::erase_if(entries, [&key](const auto& entry) { return entry.first == key; });
         if (!value.empty()) entries.emplace_back(key, value);
@@ -47,9 +40,8 @@ std::string assetXml(const std::string& format, const std::string& language,
 }
 
 std::string catalogXml(const std::vector<std::string>& assets) {
-    std::string xml =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
-        "<key>AssetType</key><string>voices</string><key>Assets</key><array>\n";
+    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
+                      "<key>AssetType</key><string>voices</string><key>Assets</key><array>\n";
     for (const auto& asset : assets) xml += asset;
     return xml + "</array><key>Signature</key><data>AAEC</data></dict></plist>\n";
 }
@@ -64,8 +56,7 @@ std::string makeZip(const std::vector<std::string>& namesAndContents) {
         "        archive.writestr(zipfile.ZipInfo(name) if name.endswith('/') else name, content)\n",
         (dir / "archive.zip").string()};
     arguments.insert(arguments.end(), namesAndContents.begin(), namesAndContents.end());
-    const ProcessResult result = runProcess("/usr/bin/python3", arguments);
-    if (result.exitStatus != 0) throw std::runtime_error("zipfile failed: " + result.err);
+    if (runProcess("/usr/bin/python3", arguments).exitStatus != 0) throw std::runtime_error("zipfile failed");
     return readFile(dir / "archive.zip");
 }
 
