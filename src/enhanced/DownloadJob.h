@@ -30,11 +30,10 @@ public:
     // Called once per job.
     void run(const std::string& url, const std::filesystem::path& destination, std::stop_token stop = {});
 
+private:
     // The fraction to report after `written` bytes, or a negative value when none can be told:
     // the announced length when there is one, else `expected`, never above 1.
     static double fraction(std::int64_t written, std::int64_t announced, std::int64_t expected);
-
-private:
     void receive(std::span<const std::byte> piece, std::int64_t announced);
 
     std::int64_t expected_;

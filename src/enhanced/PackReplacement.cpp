@@ -17,6 +17,17 @@ bool isPresent(const fs::path& path) {
     return fs::exists(fs::symlink_status(path, ignored));
 }
 
+// Old pack to `aside`, new pack in, old pack back on failure.
+void replacePackByMovingAside(const fs::path& replacement, const fs::path& target, const fs::path& aside) {
+    fs::rename(target, aside);
+    std::error_code error;
+    fs::rename(replacement, target, error);
+    if (!error) return;
+    std::error_code ignored;
+    fs::rename(aside, target, ignored);
+    throw fs::filesystem_error("cannot move the voice into place", replacement, target, error);
+}
+
 }  // namespace
 
 void renameWithoutReplacing(const fs::path& from, const fs::path& to) {
@@ -31,16 +42,6 @@ void renameWithoutReplacing(const fs::path& from, const fs::path& to) {
         error = std::make_error_code(std::errc::file_exists);
     }
     throw fs::filesystem_error("cannot rename", from, to, error);
-}
-
-void replacePackByMovingAside(const fs::path& replacement, const fs::path& target, const fs::path& aside) {
-    fs::rename(target, aside);
-    std::error_code error;
-    fs::rename(replacement, target, error);
-    if (!error) return;
-    std::error_code ignored;
-    fs::rename(aside, target, ignored);
-    throw fs::filesystem_error("cannot move the voice into place", replacement, target, error);
 }
 
 void replacePack(const fs::path& replacement, const fs::path& target, const fs::path& aside) {

@@ -13,10 +13,6 @@ namespace velmora {
 void replacePack(const std::filesystem::path& replacement, const std::filesystem::path& target,
                  const std::filesystem::path& aside);
 
-// The second way alone: old pack to `aside`, new pack in, old pack back on failure.
-void replacePackByMovingAside(const std::filesystem::path& replacement, const std::filesystem::path& target,
-                              const std::filesystem::path& aside);
-
 // Renames `from` to `to` unless something already exists at `to` (then EEXIST).
 void renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to);
 

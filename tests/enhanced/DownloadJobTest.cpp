@@ -1,225 +1,102 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <mutex>
-#include <thread>
-
-#include "EnhancedWorld.h"
-#include "LoopbackServer.h"
+#include "Fixtures.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
-#include "enhanced/TransferFailure.h"
 #include "support/Files.h"
 
 namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-const std::string body = [] {
-    std::string text;
-    for (int i = 0; text.size() < 300'000; ++i) text += "line " + std::to_string(i) + "\n";
-    return text;
+const std::string body = [s = std::string()]() mutable {
+    for (int i = 0; s.size() < 300'000; ++i) s += std::to_string(i) + "\n";
+    return s;
 }();
 
-// Routes for every kind of answer the download must handle.
-void archiveRoutes(httplib::Server& routes, std::atomic<bool>& released) {
-    routes.Get("/archive", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content(body, "application/zip");
-    });
-    routes.Get("/unannounced", [](const httplib::Request&, httplib::Response& response) {
-        response.set_chunked_content_provider(
-            "application/zip", [](std::size_t offset, httplib::DataSink& sink) {
-                if (offset >= body.size()) {
-                    sink.done();
-                    return true;
-                }
-                return sink.write(body.data() + offset, std::min<std::size_t>(50'000, body.size() - offset));
-            });
-    });
-    routes.Get("/overlong", [](const httplib::Request&, httplib::Response& response) {
-        // Announces 100 bytes and writes 150.
-        response.set_content_provider(
-            100, "application/zip",
-            [](std::size_t, std::size_t, httplib::DataSink& sink) { return sink.write(body.data(), 150); });
-    });
-    routes.Get("/dropped", [](const httplib::Request&, httplib::Response& response) {
-        response.set_content_provider(body.size(), "application/zip",
-                                      [](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-                                          if (offset > 0) return false;  // closes the connection
-                                          return sink.write(body.data(), body.size() / 2);
-                                      });
-    });
-    routes.Get("/slow", [&released](const httplib::Request&, httplib::Response& response) {
-        response.set_chunked_content_provider("application/zip",
-                                              [&released](std::size_t, httplib::DataSink& sink) {
-                                                  if (released) return false;
-                                                  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                                                  return sink.write("x", 1);
-                                              });
-    });
-    routes.Get("/redirect", [](const httplib::Request&, httplib::Response& response) {
-        response.set_redirect("/redirect-again", 302);
-    });
-    routes.Get("/redirect-again", [](const httplib::Request&, httplib::Response& response) {
-        response.set_redirect("/archive", 307);
-    });
-    routes.Get("/redirect-missing", [](const httplib::Request&, httplib::Response& response) {
-        response.set_redirect("/status/404", 302);
-    });
+void archiveRoutes(httplib::Server& routes) {
     routes.Get(R"(/status/(\d+))", [](const httplib::Request& request, httplib::Response& response) {
         response.status = std::stoi(request.matches[1]);
         response.set_content(body, "application/zip");
+    });
+    routes.Get(R"(/redirect(/status/\d+))", [](const httplib::Request& request, httplib::Response& response) {
+        response.set_redirect(request.matches[1]);
+    });
+    routes.Get("/unannounced", [](const httplib::Request&, httplib::Response& response) {
+        response.set_chunked_content_provider("application/zip", [](std::size_t, httplib::DataSink& sink) {
+            sink.write(body.data(), body.size());
+            sink.done();
+            return true;
+        });
+    });
+    // Announces the whole body and closes the connection after half of it.
+    routes.Get("/dropped", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content_provider(body.size(), "application/zip",
+                                      [](std::size_t at, std::size_t, httplib::DataSink& sink) {
+                                          return at == 0 && sink.write(body.data(), body.size() / 2);
+                                      });
     });
 }
 
 class DownloadJobTest : public ::testing::Test {
 protected:
-    void TearDown() override { released_ = true; }
-
-    // Runs one job for `path`, recording its progress reports.
-    void download(const std::string& path, std::int64_t expected, std::stop_token stop = {}) {
-        DownloadJob job(expected, [this](double fraction) {
-            std::lock_guard lock(mutex_);
+    // Runs one job for `path` over an older file at the destination, recording what it reports,
+    // and returns its error's text, if any; cancels at the first report when asked.
+    std::string download(const std::string& path, std::int64_t expected, bool cancel = false) {
+        reports_.clear();
+        writeFile(destination_, "older");
+        std::stop_source stop;
+        DownloadJob job(expected, [&](double fraction) {
             reports_.push_back(fraction);
+            if (cancel) stop.request_stop();
         });
-        job.run(server_.url(path), destination_, stop);
-    }
-    std::vector<double> reports() {
-        std::lock_guard lock(mutex_);
-        return reports_;
-    }
-    // The folder holds nothing but what the test put there before.
-    void expectNothingWritten(const std::string& name) {
-        EXPECT_FALSE(fs::exists(destination_)) << name;
-        EXPECT_TRUE(fs::is_empty(folder_)) << name;
+        try {
+            job.run(server_.url(path), destination_, stop.get_token());
+            return "";
+        } catch (const std::exception& error) {
+            return error.what();
+        }
     }
 
-    std::atomic<bool> released_ = false;
-    LoopbackServer server_{[this](httplib::Server& routes) { archiveRoutes(routes, released_); }};
-    fs::path folder_ = EnhancedWorld::scratch();
+    LoopbackServer server_{archiveRoutes};
+    TempDir folder_;
     fs::path destination_ = folder_ / "voice.zip";
-    std::mutex mutex_;
     std::vector<double> reports_;
 };
 
-TEST(DownloadFractionTest, AnnouncedLengthElseExpectedNeverAboveOne) {
-    const struct {
-        const char* name;
-        std::int64_t written, announced, expected;
-        double fraction;
-    } cases[] = {
-        {"announced length", 50, 200, 1'000, 0.25},
-        {"announced length wins over expected", 100, 100, 400, 1.0},
-        {"no announced length: expected", 250'000, -1, 1'000'000, 0.25},
-        {"announced zero: expected", 10, 0, 40, 0.25},
-        {"more than announced", 150, 100, 0, 1.0},
-        {"more than expected", 150, -1, 100, 1.0},
-        {"nothing known", 150, -1, 0, -1.0},
-        {"negative expected", 150, -1, -5, -1.0},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(DownloadJob::fraction(c.written, c.announced, c.expected), c.fraction) << c.name;
-    }
-}
-
-TEST_F(DownloadJobTest, CompleteFileReplacesWhatWasThereAndReportsOneLast) {
-    for (const char* path : {"/archive", "/redirect", "/unannounced"}) {
-        writeFile(destination_, "an older download");
-        reports_.clear();
-        download(path, static_cast<std::int64_t>(body.size()));
+TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
+    // The path, the catalog's size, and whether fractions below 1 come before the end.
+    const std::tuple<const char*, std::int64_t, bool> cases[] = {
+        {"/status/200", 10, true},  // the announced length wins over the catalog's size
+        {"/redirect/status/200", 0, true},
+        {"/unannounced", std::ssize(body), true},
+        {"/unannounced", 0, false},      // nothing to divide by
+        {"/unannounced", 1000, false}};  // more than the catalog's size
+    for (const auto& [path, expected, fractionsBeforeTheEnd] : cases) {
+        EXPECT_EQ(download(path, expected), "") << path;
         EXPECT_EQ(readFile(destination_), body) << path;
-        EXPECT_EQ(fs::directory_iterator(folder_)->path(), destination_) << "partial file left: " << path;
-        const auto fractions = reports();
-        ASSERT_GE(fractions.size(), 2u) << path;
-        EXPECT_TRUE(std::ranges::is_sorted(fractions)) << path;
-        EXPECT_LT(fractions.front(), 1.0) << path;
-        EXPECT_EQ(fractions.back(), 1.0) << path;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << "partial left: " << path;
+        ASSERT_FALSE(reports_.empty()) << path;
+        EXPECT_TRUE(std::ranges::is_sorted(reports_)) << path;  // and so never above the last
+        EXPECT_EQ(reports_.back(), 1.0) << path;
+        EXPECT_EQ(reports_.front() < 1.0, fractionsBeforeTheEnd) << path << " " << expected;
     }
-}
-
-TEST_F(DownloadJobTest, NothingToDivideByReportsOnlyTheEnd) {
-    download("/unannounced", 0);
-    EXPECT_EQ(reports(), std::vector<double>{1.0});
-    EXPECT_EQ(readFile(destination_), body);
-}
-
-TEST_F(DownloadJobTest, MoreThanAnnouncedStopsAtTheAnnouncedLength) {
-    download("/overlong", 0);
-    EXPECT_EQ(readFile(destination_), body.substr(0, 100));
-    for (double fraction : reports()) EXPECT_LE(fraction, 1.0);
-    EXPECT_EQ(reports().back(), 1.0);
-}
-
-TEST_F(DownloadJobTest, EveryStatusBut200IsABadResponse) {
-    const struct {
-        const char* path;
-        long status;
-    } cases[] = {{"/status/206", 206},
-                 {"/status/304", 304},
-                 {"/status/404", 404},
-                 {"/status/500", 500},
-                 {"/redirect-missing", 404}};
-    for (const auto& c : cases) {
-        try {
-            download(c.path, 100);
-            ADD_FAILURE() << c.path << " succeeded";
-        } catch (const EnhancedVoiceCatalog::Failure& failure) {
-            EXPECT_EQ(failure, EnhancedVoiceCatalog::Failure::badResponse(c.status)) << c.path;
-            EXPECT_EQ(failure.what(),
-                      "Apple's voice catalog answered with HTTP " + std::to_string(c.status) + ".");
-        }
-        expectNothingWritten(c.path);
+    const std::pair<const char*, std::string> failures[] = {
+        {"/status/206", "Apple's voice catalog answered with HTTP 206."},
+        {"/status/304", "Apple's voice catalog answered with HTTP 304."},
+        {"/status/404", "Apple's voice catalog answered with HTTP 404."},
+        {"/status/500", "Apple's voice catalog answered with HTTP 500."},
+        {"/redirect/status/404", "Apple's voice catalog answered with HTTP 404."},
+        {"/dropped", "The network connection was lost."},
+        {"/slow", "The download was cancelled."}};
+    for (const auto& [path, text] : failures) {
+        EXPECT_EQ(download(path, 100, path == std::string("/slow")), text);
+        EXPECT_EQ(readFile(destination_), "older") << path;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << path;
+        EXPECT_TRUE(std::ranges::all_of(reports_, [](double fraction) { return fraction < 1.0; })) << path;
     }
-    EXPECT_TRUE(reports().empty());
-}
-
-TEST_F(DownloadJobTest, BadResponseLeavesAnEarlierFileAlone) {
-    writeFile(destination_, "kept");
-    EXPECT_THROW(download("/status/404", 100), EnhancedVoiceCatalog::Failure);
-    EXPECT_EQ(readFile(destination_), "kept");
-}
-
-TEST_F(DownloadJobTest, DroppedConnectionFailsWithNothingWritten) {
-    try {
-        download("/dropped", 0);
-        ADD_FAILURE() << "a cut body succeeded";
-    } catch (const TransferFailure& failure) {
-        EXPECT_EQ(failure.kind(), TransferFailure::Kind::connectionLost);
-        EXPECT_STREQ(failure.what(), "The network connection was lost.");
-    }
-    expectNothingWritten("dropped");
-    for (double fraction : reports()) EXPECT_LT(fraction, 1.0);
-}
-
-TEST_F(DownloadJobTest, CancellingASlowBodyFailsOnceWithNothingWritten) {
-    std::stop_source stop;
-    int outcomes = 0;
-    DownloadJob job(1'000'000, [&stop](double) { stop.request_stop(); });
-    try {
-        job.run(server_.url("/slow"), destination_, stop.get_token());
-    } catch (const TransferFailure& failure) {
-        ++outcomes;
-        EXPECT_EQ(failure.kind(), TransferFailure::Kind::cancelled);
-        EXPECT_STREQ(failure.what(), "The download was cancelled.");
-    }
-    EXPECT_EQ(outcomes, 1);
-    expectNothingWritten("slow");
-}
-
-TEST_F(DownloadJobTest, CancelledFromAnotherThreadWhileWaiting) {
-    std::stop_source stop;
-    std::jthread canceller([&stop] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        stop.request_stop();
-    });
-    EXPECT_THROW(download("/slow", 0, stop.get_token()), TransferFailure);
-    expectNothingWritten("slow");
-}
-
-TEST_F(DownloadJobTest, UnwritableDestinationIsAFileSystemError) {
-    destination_ = folder_ / "missing-folder/voice.zip";
-    EXPECT_THROW(download("/archive", 0), fs::filesystem_error);
+    EXPECT_THROW(DownloadJob(0, {}).run(server_.url("/status/404"), destination_),
+                 EnhancedVoiceCatalog::Failure);
 }
 
 }  // namespace

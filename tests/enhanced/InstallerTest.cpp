@@ -1,311 +1,126 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <map>
-#include <mutex>
-#include <thread>
+#include <regex>
 
-#include "CatalogFixture.h"
-#include "EnhancedWorld.h"
-#include "LoopbackServer.h"
-#include "ZipFixture.h"
-#include "enhanced/EnhancedVoiceCatalog.h"
+#include "Fixtures.h"
 #include "enhanced/EnhancedVoiceManager.h"
 #include "enhanced/StagingFolder.h"
-#include "enhanced/TransferFailure.h"
 #include "store/VoiceStore.h"
 #include "support/Files.h"
-#include "zip/ZipReader.h"
 
 namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-// Every file below a folder, as relative path -> contents.
-std::map<std::string, std::string> treeOf(const fs::path& folder) {
-    std::map<std::string, std::string> tree;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        if (entry.is_regular_file())
-            tree[fs::relative(entry.path(), folder).string()] = readFile(entry.path());
-    }
+// Every file below a pack's folder, in path order, as "path=contents" separated by spaces.
+std::string pack(const char* id = "ios6/en-US") {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(voices() / id))
+        if (entry.is_regular_file()) files[fs::relative(entry, voices() / id)] = readFile(entry);
+    std::string tree;
+    for (const auto& [path, contents] : files) tree += (tree.empty() ? "" : " ") + path + "=" + contents;
     return tree;
 }
 
 class InstallerTest : public ::testing::Test {
 protected:
-    void SetUp() override { fs::remove_all(EnhancedWorld::voices()); }
-    void TearDown() override {
-        released_ = true;
-        fs::remove_all(EnhancedWorld::voices());
-    }
+    InstallerTest() { fs::remove_all(voices()); }
 
     // A voice whose archive the server hands out, with the archive's real digest.
-    EnhancedVoice serve(const std::string& archive, const char* release = "ios6",
-                        const char* locale = "en-US") {
-        const std::string path = std::string("/files/") + release + "/" + locale + ".zip";
-        {
-            std::lock_guard lock(mutex_);
-            files_[path] = archive;
-        }
-        return EnhancedVoice{*VoiceRelease::named(release),
-                             locale,
-                             static_cast<std::int64_t>(archive.size()),
-                             0,
-                             server_.url(path),
-                             sha1Of(archive),
-                             "1.0"};
+    EnhancedVoice serve(const std::string& archive, const std::string& id = "ios6/en-US") {
+        writeFile(files_ / id, archive);
+        const auto slash = id.find('/');
+        return {*VoiceRelease::named(id.substr(0, slash)), id.substr(slash + 1), std::ssize(archive), 0,
+                server_.url("/files/" + id), sha1Of(archive), "1.0"};
     }
-
-    // Runs the pipeline, recording the callbacks in order ("progress 1" for the exact end).
-    std::int64_t install(const EnhancedVoice& voice, std::stop_token stop = {}) {
-        return EnhancedVoiceManager::download(
-            voice,
-            [this](double fraction) {
-                std::lock_guard lock(mutex_);
-                events_.push_back(fraction == 1.0 ? "progress 1" : "progress");
-            },
-            [this] {
-                std::lock_guard lock(mutex_);
-                events_.push_back("unpacking");
-            },
-            stop);
-    }
-    bool unpackingReported() {
-        std::lock_guard lock(mutex_);
-        return std::ranges::find(events_, "unpacking") != events_.end();
-    }
-    static fs::path pack(const char* release = "ios6", const char* locale = "en-US") {
-        return EnhancedWorld::voices() / release / locale;
-    }
-    static void expectNoStaging(const std::string& name) {
-        EXPECT_TRUE(!fs::exists(EnhancedWorld::staging()) || fs::is_empty(EnhancedWorld::staging())) << name;
-    }
-
-    std::mutex mutex_;
-    std::map<std::string, std::string> files_;
-    std::vector<std::string> events_;
-    std::atomic<bool> released_ = false;
-    LoopbackServer server_{[this](httplib::Server& routes) {
-        routes.Get(R"(/files/(.*))", [this](const httplib::Request& request, httplib::Response& response) {
-            std::lock_guard lock(mutex_);
-            auto file = files_.find(request.path);
-            if (file == files_.end()) {
-                response.status = 404;
-                return;
-            }
-            response.set_content(file->second, "application/zip");
-        });
-        routes.Get("/slow", [this](const httplib::Request&, httplib::Response& response) {
-            response.set_chunked_content_provider(
-                "application/zip", [this](std::size_t, httplib::DataSink& sink) {
-                    if (released_) return false;
-                    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                    return sink.write("x", 1);
-                });
-        });
-    }};
-};
-
-TEST_F(InstallerTest, InstallsTheHeaderFolderAndNothingBesideIt) {
-    const auto voice = serve(makeZip({
-        {"top.txt", "outside"},
-        {"a/readme.txt", "outside too"},
-        {"a/b/", ""},
-        {"a/b/broker.hdr.asset", brokerHeader("Tessa")},
-        {"a/b/voice.dat", "voice data"},
-        {"a/b/sub/extra.dat", "more data"},
-        {"other/x.dat", "outside"},
-    }));
-    const std::int64_t size = install(voice);
-    // The compact data of ios6/en-US adds its two dictionary files.
-    EXPECT_EQ(treeOf(pack()), (std::map<std::string, std::string>{{"broker.hdr", brokerHeader("Tessa")},
-                                                                  {"voice.dat", "voice data"},
-                                                                  {"sub/extra.dat", "more data"},
-                                                                  {"user_rules.txt", "rules"},
-                                                                  {"en_userdct.dat", "dictionary"}}));
-    EXPECT_EQ(size, VoiceStore::size(pack()));
-    EXPECT_GT(size, 0);
-    ASSERT_GE(events_.size(), 3u);
-    EXPECT_EQ(events_.back(), "unpacking");
-    EXPECT_EQ(events_[events_.size() - 2], "progress 1");
-    EXPECT_EQ(std::ranges::count(events_, "unpacking"), 1);
-    expectNoStaging("success");
-}
-
-struct FailureCase {
-    const char* name;
-    std::string archive;
-    std::function<void(EnhancedVoice&)> change;
-    bool unpacking;
-    std::function<void(std::exception_ptr)> check;
-};
-
-void expectInstallFailure(std::exception_ptr error, InstallFailure expected, const char* text) {
-    try {
-        std::rethrow_exception(error);
-    } catch (const InstallFailure& failure) {
-        EXPECT_EQ(failure, expected);
-        EXPECT_STREQ(failure.what(), text);
-    } catch (const std::exception& other) {
-        ADD_FAILURE() << "unexpected: " << other.what();
-    }
-}
-
-template <typename Error>
-std::function<void(std::exception_ptr)> throws() {
-    return [](std::exception_ptr error) {
+    // Runs the pipeline and returns what happened in order: the callbacks ("progress 1" for the
+    // exact end), then "installed SIZE" or the error's text. Cancels once a report reaches `cancelAt`.
+    static std::vector<std::string> install(const EnhancedVoice& voice, double cancelAt = 2) {
+        std::vector<std::string> events;
+        std::stop_source stop;
+        const auto progress = [&](double fraction) {
+            if (fraction >= cancelAt) stop.request_stop();
+            events.push_back(fraction == 1.0 ? "progress 1" : "progress");
+        };
         try {
-            std::rethrow_exception(error);
-        } catch (const Error&) {
-        } catch (const std::exception& other) {
-            ADD_FAILURE() << "unexpected: " << other.what();
+            const auto unpacking = [&] { events.push_back("unpacking"); };
+            const auto size = EnhancedVoiceManager::download(voice, progress, unpacking, stop.get_token());
+            events.push_back("installed " + std::to_string(size));
+        } catch (const std::exception& error) {
+            events.push_back(error.what());
         }
-    };
-}
+        return events;
+    }
 
-std::vector<FailureCase> failureCases() {
-    const std::string good = makeZip({{"v/broker.hdr.asset", brokerHeader("New")}, {"v/voice.dat", "new"}});
-    const auto mismatch = [](std::exception_ptr error) {
-        expectInstallFailure(error, InstallFailure::digestMismatch(),
-                             "The download did not match the checksum Apple published.");
-    };
-    const auto noVoice = [](std::exception_ptr error) {
-        expectInstallFailure(error, InstallFailure::noVoiceInArchive(),
-                             "The download did not contain a voice.");
-    };
-    return {
-        {"one digest byte differs", good, [](EnhancedVoice& v) { v.digest[19] ^= std::byte{1}; }, false,
-         mismatch},
-        {"16-byte digest", good, [](EnhancedVoice& v) { v.digest.resize(16); }, false, mismatch},
-        {"only folders", makeZip({{"a/", ""}, {"a/b/", ""}}), {}, true, noVoice},
-        {"capitalised header", makeZip({{"a/Broker.hdr.asset", brokerHeader("New")}}), {}, true, noVoice},
-        {"broker.hdr beside the asset",
-         makeZip({{"v/broker.hdr", "x"}, {"v/broker.hdr.asset", brokerHeader("New")}}),
-         {},
-         true,
-         throws<fs::filesystem_error>()},
-        {"not a zip", "not a zip archive at all", {}, true, throws<ZipReader::Failure>()},
-        {"entry leading outside",
-         makeZip({{"../escaped/broker.hdr.asset", "x"}}),
-         {},
-         true,
-         throws<ZipReader::Failure>()},
-        {"larger than the free space", good,
-         [](EnhancedVoice& v) { v.installedSize = 1'000'000'000'000'000'000; }, true,
-         throws<NotEnoughSpace>()},
-        {"missing archive", good, [](EnhancedVoice& v) { v.url += ".missing"; }, false,
-         throws<EnhancedVoiceCatalog::Failure>()},
-    };
-}
+    TempDir files_;
+    LoopbackServer server_{[this](httplib::Server& s) { s.set_mount_point("/files", files_.path()); }};
+};
 
 TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
-    for (const auto& c : failureCases()) {
-        fs::remove_all(EnhancedWorld::voices());
-        writeFile(pack() / "broker.hdr", brokerHeader("Old"));
-        writeFile(pack() / "old.dat", "old");
-        events_.clear();
-        EnhancedVoice voice = serve(c.archive);
-        if (c.change) c.change(voice);
-        std::exception_ptr error;
-        try {
-            install(voice);
-        } catch (...) {
-            error = std::current_exception();
-        }
-        ASSERT_TRUE(error) << c.name << ": installed";
-        c.check(error);
-        EXPECT_EQ(unpackingReported(), c.unpacking) << c.name;
-        EXPECT_EQ(treeOf(pack()), (std::map<std::string, std::string>{{"broker.hdr", brokerHeader("Old")},
-                                                                      {"old.dat", "old"}}))
-            << c.name;
-        EXPECT_FALSE(fs::exists(EnhancedWorld::voices() / "escaped")) << c.name;
-        EXPECT_FALSE(fs::exists(EnhancedWorld::staging() / "escaped")) << c.name;
-        expectNoStaging(c.name);
+    const std::string good = makeZip({"v/broker.hdr.asset", "New", "v/voice.dat", "new"});
+    const std::string mismatch = "The download did not match the checksum Apple published.";
+    const std::string noVoice = "The download did not contain a voice.";
+    const std::function<void(EnhancedVoice&)> same = [](auto&) {};
+    // Archive, change to the voice, report at which to cancel, error's text or start, unpacking reported.
+    const std::tuple<std::string, std::function<void(EnhancedVoice&)>, double, std::string, bool> cases[] = {
+        {good, [](auto& v) { v.digest[19] ^= std::byte{1}; }, 2, mismatch, false},
+        {good, [](auto& v) { v.digest.resize(16); }, 2, mismatch, false},
+        {makeZip({"a/", "", "a/b/", ""}), same, 2, noVoice, true},
+        {makeZip({"a/Broker.hdr.asset", "x"}), same, 2, noVoice, true},
+        {makeZip({"v/broker.hdr", "x", "v/broker.hdr.asset", "y"}), same, 2, "filesystem error", true},
+        {makeZip({"../escaped/broker.hdr.asset", "x"}), same, 2, "The archive holds an unsafe", true},
+        {good, [](auto& v) { v.installedSize = std::int64_t{1} << 62; }, 2, "There is not enough free", true},
+        {good, same, 1, "The download was cancelled.", false}};  // as the transfer ends
+    for (const auto& [archive, change, cancelAt, text, unpacking] : cases) {
+        fs::remove_all(voices());
+        writeFile(voices() / "ios6/en-US/broker.hdr", "Old");
+        writeFile(voices() / "ios6/en-US/old.dat", "old");
+        EnhancedVoice voice = serve(archive);
+        change(voice);
+        const auto events = install(voice, cancelAt);
+        EXPECT_TRUE(events.back().starts_with(text)) << events.back();
+        EXPECT_EQ(std::ranges::count(events, "unpacking"), unpacking ? 1 : 0) << text;
+        EXPECT_EQ(pack(), "broker.hdr=Old old.dat=old") << text;
+        EXPECT_TRUE(fs::is_empty(staging())) << text;
     }
+    EXPECT_STREQ(NotEnoughSpace(2'500'000, 1'000'000).what(),
+                 "There is not enough free space for this voice: it needs 2.5 MB and only 1 MB are free.");
+    // This process has a container, so no explanation applies.
+    EXPECT_STREQ(InstallFailure::noContainer().what(), "The shared voice folder is unavailable.");
 }
 
-TEST_F(InstallerTest, ReinstallReplacesTheWholePack) {
-    install(serve(makeZip({{"v/broker.hdr.asset", brokerHeader("First")}, {"v/old-only.dat", "old"}})));
-    install(serve(makeZip({{"w/broker.hdr.asset", brokerHeader("Second")}, {"w/voice.dat", "new"}})));
-    const auto tree = treeOf(pack());
-    EXPECT_FALSE(tree.contains("old-only.dat"));
-    EXPECT_EQ(tree.at("broker.hdr"), brokerHeader("Second"));
-    EXPECT_EQ(tree.at("voice.dat"), "new");
-    expectNoStaging("reinstall");
-}
-
-TEST_F(InstallerTest, TwoVoicesInstallAtOnce) {
-    const auto first = serve(makeZip({{"v/broker.hdr.asset", brokerHeader("Six")}}), "ios6", "en-US");
-    const auto second = serve(makeZip({{"v/broker.hdr.asset", brokerHeader("Seven")}}), "ios7", "fr-FR");
-    std::int64_t sizes[2] = {};
-    {
-        std::jthread a([&] { sizes[0] = install(first); });
-        std::jthread b([&] { sizes[1] = install(second); });
-    }
-    EXPECT_EQ(readFile(pack("ios6", "en-US") / "broker.hdr"), brokerHeader("Six"));
-    EXPECT_EQ(readFile(pack("ios7", "fr-FR") / "broker.hdr"), brokerHeader("Seven"));
-    EXPECT_GT(sizes[0], 0);
-    EXPECT_GT(sizes[1], 0);
-    expectNoStaging("two at once");
-}
-
-TEST_F(InstallerTest, CancellingStopsBeforeUnpacking) {
-    writeFile(pack() / "broker.hdr", brokerHeader("Old"));
-    const struct {
-        const char* name;
-        bool slow;
-    } cases[] = {{"during the transfer", true}, {"as the transfer ends", false}};
-    for (const auto& c : cases) {
-        events_.clear();
-        EnhancedVoice voice = serve(makeZip({{"v/broker.hdr.asset", brokerHeader("New")}}));
-        if (c.slow) voice.url = server_.url("/slow");
-        std::stop_source stop;
-        try {
-            EnhancedVoiceManager::download(
-                voice,
-                [&](double fraction) {
-                    if (c.slow || fraction == 1.0) stop.request_stop();
-                },
-                [this] { events_.push_back("unpacking"); }, stop.get_token());
-            ADD_FAILURE() << c.name << ": installed";
-        } catch (const TransferFailure& failure) {
-            EXPECT_EQ(failure.kind(), TransferFailure::Kind::cancelled) << c.name;
-            EXPECT_STREQ(failure.what(), "The download was cancelled.");
-        }
-        EXPECT_TRUE(events_.empty()) << c.name;
-        EXPECT_EQ(readFile(pack() / "broker.hdr"), brokerHeader("Old")) << c.name;
-        expectNoStaging(c.name);
-    }
-}
-
-TEST_F(InstallerTest, AbandonedStagingFoldersGoButNotARunningInstalls) {
-    const fs::path abandoned = EnhancedWorld::staging() / StagingFolder::newUuid();
-    writeFile(abandoned / "voice.zip", "left by a killed install");
-    writeFile(EnhancedWorld::staging() / "not-ours/file", "kept");
-    const StagingFolder running = StagingFolder::create(EnhancedWorld::voices());
+TEST_F(InstallerTest, InstallsReinstallsAndInstallsAtOnceSweepingOnlyAbandonedStaging) {
+    const auto events = install(serve(makeZip({"top.txt", "x", "a/readme.txt", "x", "a/b/", "",
+                                               "a/b/broker.hdr.asset", "Tessa", "a/b/voice.dat", "voice",
+                                               "a/b/sub/extra.dat", "more", "other/x.dat", "x"})));
+    // Only the header's folder, and the two dictionary files of the compact data of ios6/en-US.
+    EXPECT_EQ(pack(), "broker.hdr=Tessa en_userdct.dat=dictionary sub/extra.dat=more user_rules.txt=rules "
+                      "voice.dat=voice");
+    const std::string installed = "installed " + std::to_string(VoiceStore::size(voices() / "ios6/en-US"));
+    ASSERT_GE(events.size(), 3u);
+    EXPECT_EQ(std::vector(events.end() - 3, events.end()),
+              (std::vector<std::string>{"progress 1", "unpacking", installed}));
+    EXPECT_EQ(std::ranges::count(events, "unpacking"), 1);
+    EXPECT_TRUE(fs::is_empty(staging()));
+    const StagingFolder running = StagingFolder::create(voices());
+    EXPECT_TRUE(std::regex_match(running.path().filename().string(),
+                                 std::regex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")));
     writeFile(running.path() / "voice.zip", "still downloading");
-    EXPECT_FALSE(fs::exists(abandoned)) << "the running install swept it";
-
+    const fs::path abandoned = staging() / StagingFolder::newUuid();
     writeFile(abandoned / "voice.zip", "left by a killed install");
-    install(serve(makeZip({{"v/broker.hdr.asset", brokerHeader("New")}})));
+    writeFile(staging() / "not-ours/file", "kept");
+    const auto first = serve(makeZip({"w/broker.hdr.asset", "Six", "w/voice.dat", "new"}));
+    const auto second = serve(makeZip({"v/broker.hdr.asset", "Seven"}), "ios7/fr-FR");
+    {
+        std::jthread a([&] { install(first); });
+        std::jthread b([&] { install(second); });
+    }
+    EXPECT_EQ(pack(), "broker.hdr=Six en_userdct.dat=dictionary user_rules.txt=rules voice.dat=new");
+    EXPECT_EQ(pack("ios7/fr-FR"), "broker.hdr=Seven");
     EXPECT_FALSE(fs::exists(abandoned));
     EXPECT_EQ(readFile(running.path() / "voice.zip"), "still downloading");
-    EXPECT_TRUE(fs::exists(EnhancedWorld::staging() / "not-ours/file"));
-}
-
-TEST_F(InstallerTest, StagingFolderNamesAreUpperCaseUuids) {
-    const std::string id = StagingFolder::newUuid();
-    ASSERT_EQ(id.size(), 36u);
-    for (std::size_t i = 0; i < id.size(); ++i) {
-        if (i == 8 || i == 13 || i == 18 || i == 23) {
-            EXPECT_EQ(id[i], '-');
-        } else {
-            EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(id[i])) || (id[i] >= 'A' && id[i] <= 'F'))
-                << id;
-        }
-    }
-    EXPECT_NE(StagingFolder::newUuid(), id);
+    EXPECT_TRUE(fs::exists(staging() / "not-ours/file"));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "store/VoiceStore.h"
+#include "support/Entitlement.h"
 #include "support/Files.h"
 
 namespace velmora {
@@ -12,11 +13,7 @@ namespace {
 TEST(NoContainerTest, EveryOperationGivesItsSoftResult) {
     test::TempDir dir;
     test::writeFile(dir / "app-groups", "a file where the containers would go");
-    test::writeFile(dir / "e.plist",
-                    "<plist version=\"1.0\"><dict><key>com.apple.security.application-groups</key>"
-                    "<array><string>G1</string></array></dict></plist>");
-    ::setenv("VELMORA_APP_GROUPS_ROOT", (dir / "app-groups").c_str(), 1);
-    ::setenv("VELMORA_ENTITLEMENTS", (dir / "e.plist").c_str(), 1);
+    test::entitleProcess(dir.path(), "G1");
 
     const VoiceRelease& ios6 = VoiceRelease::all()[3];
     EXPECT_EQ(VoiceStore::containerStatus(), ContainerStatus(ContainerStatus::NoContainer{{"G1"}}));

@@ -2,10 +2,9 @@
 // store resolves them (once per process), then runs the tests.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "StoreFixture.h"
 #include "store/Bundle.h"
+#include "support/Entitlement.h"
 
 namespace velmora::test {
 namespace fs = std::filesystem;
@@ -48,12 +47,7 @@ const fs::path& StoreWorld::compactResources() {
 
 int main(int argc, char** argv) {
     using namespace velmora::test;
-    writeFile(world() / "velmora.entitlements",
-              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-              "<key>com.apple.security.application-groups</key>"
-              "<array><string>group.test.velmora</string></array></dict></plist>");
-    ::setenv("VELMORA_ENTITLEMENTS", (world() / "velmora.entitlements").c_str(), 1);
-    ::setenv("VELMORA_APP_GROUPS_ROOT", StoreWorld::containersRoot().c_str(), 1);
+    entitleProcess(world().path(), "group.test.velmora");
     std::filesystem::remove_all(StoreWorld::compactResources().parent_path());
     writeCompactData(StoreWorld::compactResources());
     ::testing::InitGoogleTest(&argc, argv);

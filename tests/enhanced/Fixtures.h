@@ -1,0 +1,63 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace velmora::test {
+
+// The folder in which EnhancedTestMain entitles the process, and its container's voice folders.
+const std::filesystem::path& world();
+inline std::filesystem::path voices() { return world() / "app-groups/group.test.enhanced/Voices"; }
+inline std::filesystem::path staging() { return voices() / ".staging"; }
+
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+std::vector<std::byte> sha1Of(std::string_view bytes);
+inline std::string stringValue(std::string_view text) { return "<string>" + std::string(text) + "</string>"; }
+std::string dataValue(const std::vector<std::byte>& bytes);
+// A voice asset as the vendor publishes one, keys the program ignores included, with `changes`
+// made to its keys (an empty value removes the key); and a catalog document around assets.
+std::string assetXml(const std::string& format, const std::string& language, const Entries& changes = {});
+std::string catalogXml(const std::vector<std::string>& assets);
+// A zip archive written by Python's zipfile, from entry names each followed by its contents; a
+// name ending in "/" is a folder.
+std::string makeZip(const std::vector<std::string>& namesAndContents);
+
+// An HTTP server on 127.0.0.1 at a free port, serving on a thread of its own while it lives.
+// Besides the given routes it answers /slow with a byte every 20 ms for as long as the client reads.
+class LoopbackServer {
+public:
+    explicit LoopbackServer(const std::function<void(httplib::Server&)>& routes) {
+        routes(server_);
+        server_.Get("/slow", [](const httplib::Request&, httplib::Response& response) {
+            response.set_chunked_content_provider("application/zip", [](std::size_t, auto& sink) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                return sink.write("x", 1);
+            });
+        });
+        // Requests made before the thread accepts wait on the bound socket.
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        if (port_ <= 0) throw std::runtime_error("cannot bind a loopback port");
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+        while (!server_.is_running()) std::this_thread::yield();  // stop() reaches only a running server
+    }
+    ~LoopbackServer() {
+        server_.stop();
+        thread_.join();
+    }
+    std::string url(std::string path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+
+private:
+    httplib::Server server_;
+    int port_ = 0;
+    std::thread thread_;
+};
+
+}  // namespace velmora::test
