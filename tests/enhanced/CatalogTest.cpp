@@ -2,6 +2,7 @@
 
 #include "Fixtures.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
+#include "support/Files.h"
 #include "support/Process.h"
 
 namespace velmora::test {
@@ -70,6 +71,31 @@ TEST(CatalogTest, VoicesComeInDisplayOrder) {
     EXPECT_EQ(parsed(xml), "ios5/fr-FR ios5/de-DE ios5/en-US ios6/en-AU ios6/en-GB ios6/it-IT ios6/it-IT "
                            "ios7/en-US");
     EXPECT_EQ(parse(xml).at(5).masteredVersion, "first");
+}
+
+TEST(CatalogTest, AMirrorOverHttpsIsTrustedOnlyWithItsAuthorityAdded) {
+    TempDir folder;
+    const TlsIdentity identity = TlsIdentity::create(folder.path());
+    const std::string catalog = catalogXml({assetXml("4", "en-US")});
+    LoopbackServer mirror(
+        [&](httplib::Server& routes) {
+            routes.Get("/catalog.xml", [&](const httplib::Request&, httplib::Response& response) {
+                response.set_content(catalog, "application/xml");
+            });
+        },
+        &identity);
+    const auto fetched = [&](const std::string& caFile) {
+        ::setenv("VELMORA_CA_FILE", caFile.c_str(), 1);
+        try {
+            return EnhancedVoiceCatalog::fetch(mirror.url("/catalog.xml")).at(0).id();
+        } catch (const std::exception& error) {
+            return std::string(error.what());
+        }
+    };
+    EXPECT_EQ(fetched(""), "A secure connection to the server could not be made.") << "unknown authority";
+    EXPECT_EQ(fetched(identity.certificate.string()), "ios6/en-US");
+    EXPECT_NE(fetched((folder / "missing.pem").string()), "ios6/en-US");
+    ::unsetenv("VELMORA_CA_FILE");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "Fixtures.h"
 
+#include <cstdlib>
+
 #include <openssl/evp.h>
 
 #include "support/Files.h"
@@ -58,6 +60,16 @@ std::string makeZip(const std::vector<std::string>& namesAndContents) {
     arguments.insert(arguments.end(), namesAndContents.begin(), namesAndContents.end());
     if (runProcess("/usr/bin/python3", arguments).exitStatus != 0) throw std::runtime_error("zipfile failed");
     return readFile(dir / "archive.zip");
+}
+
+TlsIdentity TlsIdentity::create(const std::filesystem::path& folder) {
+    TlsIdentity identity{folder / "certificate.pem", folder / "key.pem"};
+    const std::string command =
+        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 1 -subj /CN=127.0.0.1"
+        " -addext subjectAltName=IP:127.0.0.1 -addext basicConstraints=critical,CA:TRUE -keyout " +
+        identity.key.string() + " -out " + identity.certificate.string() + " 2>/dev/null";
+    if (std::system(command.c_str()) != 0) throw std::runtime_error("openssl could not make a certificate");
+    return identity;
 }
 
 }  // namespace velmora::test

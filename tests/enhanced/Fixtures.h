@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -30,32 +31,48 @@ std::string catalogXml(const std::vector<std::string>& assets);
 // name ending in "/" is a folder.
 std::string makeZip(const std::vector<std::string>& namesAndContents);
 
-// An HTTP server on 127.0.0.1 at a free port, serving on a thread of its own while it lives.
-// Besides the given routes it answers /slow with a byte every 20 ms for as long as the client reads.
+// A certificate and its key (PEM files) for 127.0.0.1, signed by itself, made by the openssl tool.
+struct TlsIdentity {
+    std::filesystem::path certificate;
+    std::filesystem::path key;
+    static TlsIdentity create(const std::filesystem::path& folder);
+};
+
+// An HTTP server (HTTPS, given an identity) on 127.0.0.1 at a free port, serving on a thread of
+// its own while it lives. Besides the given routes it answers /slow with a byte every 20 ms for as
+// long as the client reads.
 class LoopbackServer {
 public:
-    explicit LoopbackServer(const std::function<void(httplib::Server&)>& routes) {
-        routes(server_);
-        server_.Get("/slow", [](const httplib::Request&, httplib::Response& response) {
+    explicit LoopbackServer(const std::function<void(httplib::Server&)>& routes,
+                            const TlsIdentity* tls = nullptr)
+        : server_(tls ? std::make_unique<httplib::SSLServer>(tls->certificate.c_str(), tls->key.c_str())
+                      : std::make_unique<httplib::Server>()),
+          scheme_(tls ? "https" : "http") {
+        httplib::Server& server = *server_;
+        routes(server);
+        server.Get("/slow", [](const httplib::Request&, httplib::Response& response) {
             response.set_chunked_content_provider("application/zip", [](std::size_t, auto& sink) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
                 return sink.write("x", 1);
             });
         });
         // Requests made before the thread accepts wait on the bound socket.
-        port_ = server_.bind_to_any_port("127.0.0.1");
+        port_ = server.bind_to_any_port("127.0.0.1");
         if (port_ <= 0) throw std::runtime_error("cannot bind a loopback port");
-        thread_ = std::thread([this] { server_.listen_after_bind(); });
-        while (!server_.is_running()) std::this_thread::yield();  // stop() reaches only a running server
+        thread_ = std::thread([this] { server_->listen_after_bind(); });
+        while (!server.is_running()) std::this_thread::yield();  // stop() reaches only a running server
     }
     ~LoopbackServer() {
-        server_.stop();
+        server_->stop();
         thread_.join();
     }
-    std::string url(std::string path) const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
+    std::string url(std::string path) const {
+        return scheme_ + "://127.0.0.1:" + std::to_string(port_) + path;
+    }
 
 private:
-    httplib::Server server_;
+    std::unique_ptr<httplib::Server> server_;
+    std::string scheme_;
     int port_ = 0;
     std::thread thread_;
 };
