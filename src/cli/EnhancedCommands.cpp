@@ -12,6 +12,8 @@
 
 #include "cli/CommandError.h"
 #include "cli/Commands.h"
+#include "cli/JsonOutput.h"
+#include "cli/VoiceIdArgument.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/EnhancedVoiceManager.h"
@@ -131,9 +133,7 @@ void printCatalog(bool asJson) {
     const InterruptWatch interrupt;
     const auto voices = EnhancedVoiceCatalog::fetch(interrupt.token());
     if (asJson) {
-        nlohmann::json list = nlohmann::json::array();
-        for (const auto& voice : voices) list.push_back(voiceJson(voice));
-        std::cout << list.dump(2) << '\n';
+        printJsonArray(voices, voiceJson);
         return;
     }
     if (voices.empty()) std::cout << "Apple's voice catalog lists no voices.\n";
@@ -145,13 +145,7 @@ void printCatalog(bool asJson) {
 
 // The catalog's voice for each requested id, checked before anything is downloaded.
 std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, std::stop_token stop) {
-    for (const auto& id : ids) {
-        if (!VoiceId::parse(id)) {
-            throw CommandError("\"" + id +
-                               "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
-                               "with RELEASE one of ios5, ios6, ios7.");
-        }
-    }
+    for (const auto& id : ids) requireVoiceId(id, VoiceRelease::downloadable());
     const auto catalog = EnhancedVoiceCatalog::fetch(stop);
     std::vector<EnhancedVoice> voices;
     for (const auto& id : ids) {

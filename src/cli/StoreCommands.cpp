@@ -5,6 +5,8 @@
 
 #include "cli/CommandError.h"
 #include "cli/Commands.h"
+#include "cli/JsonOutput.h"
+#include "cli/VoiceIdArgument.h"
 #include "store/ByteCount.h"
 #include "store/VoiceId.h"
 #include "store/VoiceStore.h"
@@ -31,9 +33,7 @@ nlohmann::json packJson(const InstalledVoice& voice) {
 void printPacks(bool asJson) {
     const auto packs = VoiceStore::installed();
     if (asJson) {
-        nlohmann::json list = nlohmann::json::array();
-        for (const auto& voice : packs) list.push_back(packJson(voice));
-        std::cout << list.dump(2) << '\n';
+        printJsonArray(packs, packJson);
         return;
     }
     if (packs.empty()) std::cout << "No voice packs installed.\n";
@@ -41,15 +41,6 @@ void printPacks(bool asJson) {
         std::cout << voice.release.name << '/' << voice.locale << '\t' << voice.name << '\t'
                   << formatByteCount(voice.sizeInBytes) << '\n';
     }
-}
-
-VoiceId requireVoiceId(const std::string& text) {
-    auto id = VoiceId::parse(text);
-    if (!id) {
-        throw CommandError("\"" + text + "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
-                           "with RELEASE one of ios3, ios4, ios5, ios6, ios7.");
-    }
-    return *id;
 }
 
 void requireContainer() {
@@ -72,7 +63,7 @@ void addStoreCommands(CLI::App& app) {
     auto voice = std::make_shared<std::string>();
     remove->add_option("voice", *voice, "The pack, as RELEASE/LOCALE (for example ios6/en-US)")->required();
     remove->callback([voice] {
-        const VoiceId id = requireVoiceId(*voice);
+        const VoiceId id = requireVoiceId(*voice, VoiceRelease::all());
         requireContainer();
         VoiceStore::remove(id.release, id.locale);
         std::cout << "Removed " << id.text() << ".\n";
