@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <stdexcept>
@@ -32,7 +32,8 @@ void check(espeak_ng_STATUS status, const char* step) {
 
 std::string lowercase(std::string_view text) {
     std::string result(text);
-    std::ranges::transform(result, result.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::ranges::transform(result, result.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return result;
 }
 
@@ -66,7 +67,8 @@ const std::map<std::string, std::string, std::less<>>& regionalLanguages() {
 // espeak-ng reads a time with a fraction, such as time="1.5s", as its whole part in milliseconds
 // (1 ms); written in milliseconds, time="1500ms", it is read right. Rewrites such values.
 std::size_t skipBlanks(std::string_view text, std::size_t at) {
-    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r')) ++at;
+    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r'))
+        ++at;
     return at;
 }
 
@@ -86,10 +88,13 @@ std::string withTimesInMilliseconds(std::string_view ssml) {
         const std::size_t numberStart = skipBlanks(ssml, p + 1);
         const std::size_t point = skipDigits(ssml, numberStart);
         const std::size_t numberEnd = skipDigits(ssml, point + 1);
-        if (point >= ssml.size() || ssml[point] != '.' || numberEnd == point + 1 || numberEnd - numberStart > 12) continue;
+        if (point >= ssml.size() || ssml[point] != '.' || numberEnd == point + 1 ||
+            numberEnd - numberStart > 12)
+            continue;
         const std::size_t unit = skipBlanks(ssml, numberEnd);
         if (unit >= ssml.size() || ssml[unit] != 's') continue;
-        const double seconds = std::strtod(std::string(ssml.substr(numberStart, numberEnd - numberStart)).c_str(), nullptr);
+        const double seconds =
+            std::strtod(std::string(ssml.substr(numberStart, numberEnd - numberStart)).c_str(), nullptr);
         result.append(ssml.substr(copied, numberStart - copied));
         result += std::to_string(std::lround(seconds * 1000.0)) + "ms";
         copied = unit + 1;
@@ -106,7 +111,8 @@ struct SynthesisContext {
 int receiveSamples(short* samples, int count, espeak_EVENT* events) {
     auto* context = static_cast<SynthesisContext*>(events != nullptr ? events->user_data : nullptr);
     if (context == nullptr || samples == nullptr || count <= 0) return context != nullptr && context->stopped;
-    if (!context->stopped && !(*context->sink)(std::span<const std::int16_t>(samples, static_cast<std::size_t>(count)))) {
+    if (!context->stopped &&
+        !(*context->sink)(std::span<const std::int16_t>(samples, static_cast<std::size_t>(count)))) {
         context->stopped = true;
     }
     return context->stopped ? 1 : 0;
@@ -117,21 +123,21 @@ int receiveSamples(short* samples, int count, espeak_EVENT* events) {
 void EspeakEngine::initialise() {
     espeak_ng_InitializePath(nullptr);
     check(espeak_ng_Initialize(nullptr), "espeak-ng cannot start");
-    check(espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, 0, nullptr), "espeak-ng cannot produce audio");
+    check(espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, 0, nullptr),
+          "espeak-ng cannot produce audio");
     espeak_SetSynthCallback(receiveSamples);
     rate() = espeak_ng_GetSampleRate();
     availableLanguages();
 }
 
-int EspeakEngine::sampleRate() {
-    return rate();
-}
+int EspeakEngine::sampleRate() { return rate(); }
 
 std::string EspeakEngine::languageFor(std::string_view locale) {
     const std::string wanted = lowercase(locale);
     const auto& languages = availableLanguages();
     auto offered = [&](const std::string& name) { return languages.contains(name); };
-    if (auto regional = regionalLanguages().find(wanted); regional != regionalLanguages().end() && offered(regional->second)) {
+    if (auto regional = regionalLanguages().find(wanted);
+        regional != regionalLanguages().end() && offered(regional->second)) {
         return regional->second;
     }
     if (offered(wanted)) return wanted;

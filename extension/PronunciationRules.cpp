@@ -11,9 +11,7 @@ bool isWordByte(char c) {
            byte >= 0x80;
 }
 
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
-}
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
 
 bool matchesAt(std::string_view text, std::size_t at, std::string_view written) {
     if (text.compare(at, written.size(), written) != 0) return false;

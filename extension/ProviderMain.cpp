@@ -1,11 +1,11 @@
 // VelmoraVoice: the reference voice provider, a speech provider on the session bus that D-Bus
 // starts on demand. It speaks the compact voice data in its bundle with espeak-ng, or the pack
 // that the application installed in the shared container.
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <csignal>
 #include <exception>
 #include <iostream>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 #include "Confinement.h"
 #include "EspeakEngine.h"

@@ -36,9 +36,7 @@ std::string ProviderVoice::identifier() const {
     return identifierMarker + release.name + "." + locale + "." + name;
 }
 
-std::string ProviderVoice::displayName() const {
-    return name + " (" + release.label + ")";
-}
+std::string ProviderVoice::displayName() const { return name + " (" + release.label + ")"; }
 
 std::vector<ProviderVoice> compactVoices(const fs::path& resources) {
     std::vector<ProviderVoice> voices;
@@ -53,8 +51,10 @@ std::vector<ProviderVoice> compactVoices(const fs::path& resources) {
     return voices;
 }
 
-std::optional<ProviderVoice> findVoice(const std::vector<ProviderVoice>& voices, std::string_view identifier) {
-    auto found = std::ranges::find_if(voices, [&](const ProviderVoice& voice) { return voice.identifier() == identifier; });
+std::optional<ProviderVoice> findVoice(const std::vector<ProviderVoice>& voices,
+                                       std::string_view identifier) {
+    auto found = std::ranges::find_if(
+        voices, [&](const ProviderVoice& voice) { return voice.identifier() == identifier; });
     if (found == voices.end()) return std::nullopt;
     return *found;
 }

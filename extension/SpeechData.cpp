@@ -84,9 +84,7 @@ PronunciationRules readRules(const fs::path& directory) {
     return rules;
 }
 
-bool isPitchChange(double pitch) {
-    return std::isfinite(pitch) && std::abs(pitch - 1.0) > 1e-6;
-}
+bool isPitchChange(double pitch) { return std::isfinite(pitch) && std::abs(pitch - 1.0) > 1e-6; }
 
 }  // namespace
 

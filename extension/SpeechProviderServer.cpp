@@ -35,8 +35,12 @@ SpeechProviderServer::SpeechProviderServer(sdbus::IConnection& connection, std::
                               double pitch, double rate, bool isSsml, const std::string& language) {
             synthesize(pipe, text, voiceId, pitch, rate, isSsml, language);
         });
-    object_->registerProperty("Voices").onInterface(interfaceName).withGetter([this] { return voiceEntries(); });
-    object_->registerProperty("Name").onInterface(interfaceName).withGetter([] { return std::string(providerName); });
+    object_->registerProperty("Voices").onInterface(interfaceName).withGetter([this] {
+        return voiceEntries();
+    });
+    object_->registerProperty("Name").onInterface(interfaceName).withGetter([] {
+        return std::string(providerName);
+    });
     object_->finishRegistration();
 }
 
@@ -53,13 +57,15 @@ std::vector<SpeechProviderServer::VoiceEntry> SpeechProviderServer::voiceEntries
     return entries;
 }
 
-void SpeechProviderServer::synthesize(const sdbus::UnixFd& pipe, const std::string& text, const std::string& voiceId,
-                                      double pitch, double rate, bool isSsml, const std::string& /*language*/) {
+void SpeechProviderServer::synthesize(const sdbus::UnixFd& pipe, const std::string& text,
+                                      const std::string& voiceId, double pitch, double rate, bool isSsml,
+                                      const std::string& /*language*/) {
     auto voice = findVoice(voices_, voiceId);
     if (!voice) throw sdbus::Error(unknownVoiceError, "No voice has the identifier \"" + voiceId + "\".");
     const SynthesisRequest request{*voice, text, pitch, rate, isSsml};
     const pid_t child = ::fork();
-    if (child < 0) throw sdbus::Error(failedError, std::string("Cannot start the synthesis: ") + std::strerror(errno));
+    if (child < 0)
+        throw sdbus::Error(failedError, std::string("Cannot start the synthesis: ") + std::strerror(errno));
     if (child == 0) speakInChild(pipe.get(), request);
 }
 

@@ -27,11 +27,12 @@ public:
     static std::string outputFormat();
 
 private:
-    using VoiceEntry = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
+    using VoiceEntry =
+        sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 
     std::vector<VoiceEntry> voiceEntries() const;
-    void synthesize(const sdbus::UnixFd& pipe, const std::string& text, const std::string& voiceId, double pitch,
-                    double rate, bool isSsml, const std::string& language);
+    void synthesize(const sdbus::UnixFd& pipe, const std::string& text, const std::string& voiceId,
+                    double pitch, double rate, bool isSsml, const std::string& language);
 
     std::vector<ProviderVoice> voices_;
     std::unique_ptr<sdbus::IObject> object_;

@@ -37,15 +37,15 @@ void makeNonBlocking(int fd) {
 bool speakInto(int fd, const SynthesisRequest& request) {
     try {
         const SpeechData data = SpeechData::forUtterance(request.voice, request.pitch);
-        const std::string text = request.ssml ? data.rules.applyToSsml(request.text)
-                                              : data.rules.applyToText(request.text);
-        const VoiceParameters voice = VoiceParameters::derive(data.fingerprint, data.gender, request.rate, request.pitch);
+        const std::string text =
+            request.ssml ? data.rules.applyToSsml(request.text) : data.rules.applyToText(request.text);
+        const VoiceParameters voice =
+            VoiceParameters::derive(data.fingerprint, data.gender, request.rate, request.pitch);
         makeNonBlocking(fd);
         PipeWriter writer(fd);
-        return EspeakEngine::synthesize(text, request.ssml, EspeakEngine::languageFor(request.voice.locale), voice,
-                                        [&](std::span<const std::int16_t> samples) {
-                                            return writer.write(littleEndian(samples));
-                                        });
+        return EspeakEngine::synthesize(
+            text, request.ssml, EspeakEngine::languageFor(request.voice.locale), voice,
+            [&](std::span<const std::int16_t> samples) { return writer.write(littleEndian(samples)); });
     } catch (const std::exception&) {
         // Unreadable compact data or no memory: the stream ends without audio.
         return false;

@@ -35,8 +35,8 @@ VoiceParameters VoiceParameters::derive(std::uint64_t fingerprint, const std::st
     voice.wordGap = pick(fingerprint, 32, 0, 3);
 
     const double speed = (normalWordsPerMinute + speedOffset) * requested(rate, 0.25, 4.0);
-    voice.wordsPerMinute = std::clamp(static_cast<int>(std::lround(speed)), minimumWordsPerMinute,
-                                      maximumWordsPerMinute);
+    voice.wordsPerMinute =
+        std::clamp(static_cast<int>(std::lround(speed)), minimumWordsPerMinute, maximumWordsPerMinute);
     voice.pitch = std::clamp(static_cast<int>(std::lround(basePitch * requested(pitch, 0.5, 2.0))), 0, 100);
     return voice;
 }

@@ -50,14 +50,18 @@ std::optional<Sample> renderOnce(velmora::Synthesizer& synthesizer) {
             ended.notify_all();
             return;
         }
-        if (!first && std::any_of(buffer.samples.begin(), buffer.samples.end(), [](float s) { return std::fabs(s) > 0.01f; })) {
+        if (!first && std::any_of(buffer.samples.begin(), buffer.samples.end(),
+                                  [](float s) { return std::fabs(s) > 0.01f; })) {
             first = now;
         }
     });
     std::unique_lock lock(mutex);
-    if (!ended.wait_for(lock, std::chrono::seconds(20), [&] { return end.has_value(); }) || !first) return std::nullopt;
+    if (!ended.wait_for(lock, std::chrono::seconds(20), [&] { return end.has_value(); }) || !first)
+        return std::nullopt;
     const auto timing = velmora::test::lastTiming(velmora::test::tonesProvider);
-    auto ms = [&](Clock::time_point t) { return std::chrono::duration<double, std::milli>(t - start).count(); };
+    auto ms = [&](Clock::time_point t) {
+        return std::chrono::duration<double, std::milli>(t - start).count();
+    };
     return Sample{ms(*first), ms(*end), timing.firstAudioMicros / 1000.0, timing.totalMicros / 1000.0};
 }
 
@@ -71,8 +75,9 @@ void report(const char* what, std::vector<double> client, std::vector<double> pr
     for (std::size_t i = 0; i < client.size(); ++i) added.push_back(client[i] - provider[i]);
     const double clientMedian = median(client);
     const double providerMedian = median(provider);
-    std::printf("%-22s client %8.3f ms   provider %8.3f ms   added %6.3f ms (median of differences; %.2f%%)\n", what,
-                clientMedian, providerMedian, median(added), 100.0 * median(added) / providerMedian);
+    std::printf(
+        "%-22s client %8.3f ms   provider %8.3f ms   added %6.3f ms (median of differences; %.2f%%)\n", what,
+        clientMedian, providerMedian, median(added), 100.0 * median(added) / providerMedian);
 }
 
 }  // namespace

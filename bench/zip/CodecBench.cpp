@@ -1,10 +1,10 @@
 // Throughput of the pieces of an unpack, each against its alternative on the same bytes.
 #include <benchmark/benchmark.h>
+#include <zlib.h>
 
 #include <cstdint>
 #include <random>
 #include <vector>
-#include <zlib.h>
 
 #include "zip/Crc32.h"
 #include "zip/ZipReader.h"
@@ -78,7 +78,9 @@ void isalInflate(std::span<const std::byte> s, const std::function<void(std::spa
 void zlibInflate(std::span<const std::byte> s, const std::function<void(std::span<const std::byte>)>& e) {
     velmora::zip::zlibInflate(s, e);
 }
-std::uint32_t tableCrc(std::span<const std::byte> b, std::uint32_t r) { return velmora::ZipReader::crc32(b, r); }
+std::uint32_t tableCrc(std::span<const std::byte> b, std::uint32_t r) {
+    return velmora::ZipReader::crc32(b, r);
+}
 std::uint32_t fastCrc(std::span<const std::byte> b, std::uint32_t r) { return velmora::zip::fastCrc32(b, r); }
 
 BENCHMARK(inflateThroughput<isalInflate>)->Name("inflate/isa-l")->Unit(benchmark::kMillisecond);

@@ -49,8 +49,10 @@ void addRenderCommand(CLI::App& app) {
         "render", "Render a text to audio buffers and print its seconds, peak, latency and signature");
     auto options = std::make_shared<RenderOptions>();
     command->add_option("--voice", options->voice, "The voice's identifier")->required();
-    auto* pitch = command->add_option("--pitch", options->pitch, "The pitch multiplier (1 is the voice's own)");
-    auto* dump = command->add_option("--dump", options->dump, "Also write the audio to this Core Audio Format file");
+    auto* pitch =
+        command->add_option("--pitch", options->pitch, "The pitch multiplier (1 is the voice's own)");
+    auto* dump =
+        command->add_option("--dump", options->dump, "Also write the audio to this Core Audio Format file");
     command->add_flag("--ssml", options->ssml, "The text is SSML with a <speak> root")
         ->excludes(pitch)
         ->excludes(dump);

@@ -18,7 +18,8 @@ nlohmann::json groupsJson(const std::vector<VoiceGroup>& groups) {
     for (const auto& group : groups) {
         nlohmann::json voices = nlohmann::json::array();
         for (const auto& voice : group.voices) {
-            voices.push_back({{"identifier", voice.identifier}, {"name", voice.name}, {"language", voice.language}});
+            voices.push_back(
+                {{"identifier", voice.identifier}, {"name", voice.name}, {"language", voice.language}});
         }
         list.push_back({{"release", group.release}, {"voices", voices}});
     }
@@ -70,7 +71,8 @@ void speak(const SpeakOptions& options) {
     utterance.text = options.text;
     utterance.rate = options.rate;
     if (!options.voice.empty()) {
-        if (!system->providerVoice(options.voice)) throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
+        if (!system->providerVoice(options.voice))
+            throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
         utterance.voiceIdentifier = options.voice;
     } else if (system->voices().empty()) {
         throw CommandError("No speech provider offers any voice.");
@@ -87,7 +89,8 @@ void speak(const SpeakOptions& options) {
 }  // namespace
 
 void addSpeechCommands(CLI::App& app) {
-    auto* voices = app.add_subcommand("voices", "List the extension's voices by release, as the window shows them");
+    auto* voices =
+        app.add_subcommand("voices", "List the extension's voices by release, as the window shows them");
     auto voicesAsJson = std::make_shared<bool>(false);
     voices->add_flag("--json", *voicesAsJson, "Print the groups as JSON");
     voices->callback([voicesAsJson] { printVoices(*voicesAsJson); });
@@ -95,7 +98,8 @@ void addSpeechCommands(CLI::App& app) {
     auto* say = app.add_subcommand("speak", "Speak a text aloud and wait until it has been spoken");
     auto options = std::make_shared<SpeakOptions>();
     say->add_option("--voice", options->voice, "The voice's identifier (default: a voice for your language)");
-    say->add_option("--rate", options->rate, "The speech rate, from 0 (slowest) over 0.5 (normal) to 1 (fastest)");
+    say->add_option("--rate", options->rate,
+                    "The speech rate, from 0 (slowest) over 0.5 (normal) to 1 (fastest)");
     say->add_option("text", options->text, "What to say")->required();
     say->callback([options] { speak(*options); });
 }

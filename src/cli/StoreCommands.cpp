@@ -26,8 +26,12 @@ void printStatus() {
 }
 
 nlohmann::json packJson(const InstalledVoice& voice) {
-    return {{"release", voice.release.name}, {"label", voice.release.label}, {"locale", voice.locale},
-            {"name", voice.name}, {"directory", voice.directory.string()}, {"sizeInBytes", voice.sizeInBytes}};
+    return {{"release", voice.release.name},
+            {"label", voice.release.label},
+            {"locale", voice.locale},
+            {"name", voice.name},
+            {"directory", voice.directory.string()},
+            {"sizeInBytes", voice.sizeInBytes}};
 }
 
 void printPacks(bool asJson) {

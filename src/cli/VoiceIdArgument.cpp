@@ -11,8 +11,10 @@ VoiceId requireVoiceId(const std::string& text, const std::vector<VoiceRelease>&
     if (id && std::ranges::find(releases, id->release) != releases.end()) return *id;
     std::string names;
     for (const auto& release : releases) names += (names.empty() ? "" : ", ") + release.name;
-    throw CommandError("\"" + text + "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
-                       "with RELEASE one of " + names + ".");
+    throw CommandError("\"" + text +
+                       "\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, "
+                       "with RELEASE one of " +
+                       names + ".");
 }
 
 }  // namespace velmora::cli

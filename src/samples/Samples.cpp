@@ -110,7 +110,8 @@ std::string_view languagePart(std::string_view code) {
     return code.substr(start, end == std::string_view::npos ? std::string_view::npos : end - start);
 }
 
-std::string_view lookUp(std::span<const SampleRow> table, std::string_view code, std::string_view lastResort) {
+std::string_view lookUp(std::span<const SampleRow> table, std::string_view code,
+                        std::string_view lastResort) {
     for (const auto& row : table) {
         if (row.language == code) return row.text;
     }

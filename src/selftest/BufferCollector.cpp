@@ -21,11 +21,14 @@ std::optional<std::int64_t> signatureValue(float sample) {
 }
 
 // A buffer the collector can measure: a sample rate that divides a frame count into seconds.
-bool hasUsableRate(const PcmBuffer& buffer) { return std::isfinite(buffer.sampleRate) && buffer.sampleRate > 0; }
+bool hasUsableRate(const PcmBuffer& buffer) {
+    return std::isfinite(buffer.sampleRate) && buffer.sampleRate > 0;
+}
 
 }  // namespace
 
-std::shared_ptr<BufferCollector> BufferCollector::create(std::optional<std::filesystem::path> dumpTo, Now now) {
+std::shared_ptr<BufferCollector> BufferCollector::create(std::optional<std::filesystem::path> dumpTo,
+                                                         Now now) {
     return std::shared_ptr<BufferCollector>(new BufferCollector(std::move(dumpTo), std::move(now)));
 }
 

@@ -50,9 +50,9 @@ private:
 
     std::mutex lock_;
     std::condition_variable finishedChanged_;
-    double frames_ = 0;     // guarded by lock_
-    double rate_ = 1.0;     // guarded by lock_; the last non-empty buffer's sample rate
-    RenderResult value_;    // guarded by lock_
+    double frames_ = 0;              // guarded by lock_
+    double rate_ = 1.0;              // guarded by lock_; the last non-empty buffer's sample rate
+    RenderResult value_;             // guarded by lock_
     std::unique_ptr<CafDump> file_;  // guarded by lock_
     bool finished_ = false;          // guarded by lock_
 };

@@ -14,8 +14,9 @@ RenderResult collect(AudioRenderer& renderer, const Utterance& utterance,
 
 }  // namespace
 
-RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text, const std::string& voiceIdentifier,
-                              float rate, float pitchMultiplier, const std::optional<std::filesystem::path>& dumpTo) {
+RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text,
+                              const std::string& voiceIdentifier, float rate, float pitchMultiplier,
+                              const std::optional<std::filesystem::path>& dumpTo) {
     Utterance utterance;
     utterance.text = text;
     utterance.voiceIdentifier = voiceIdentifier;

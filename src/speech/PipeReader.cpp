@@ -1,12 +1,12 @@
 #include "speech/PipeReader.h"
 
-#include <cerrno>
-#include <cstdint>
-#include <optional>
-
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <optional>
 
 namespace velmora {
 
@@ -30,7 +30,9 @@ void UniqueFd::reset() {
 }
 
 PipeReader::PipeReader(UniqueFd readEnd, std::stop_token stop, std::chrono::milliseconds stallTimeout)
-    : readEnd_(std::move(readEnd)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), stop_(std::move(stop)),
+    : readEnd_(std::move(readEnd)),
+      wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      stop_(std::move(stop)),
       stallTimeout_(stallTimeout) {}
 
 PipeReader::~PipeReader() = default;
@@ -41,7 +43,8 @@ PipeReader::Event PipeReader::read(std::span<std::byte> buffer, std::size_t& cou
     // Wakes the poll below from whichever thread requests the stop.
     std::stop_callback onStop(stop_, [wakeFd] {
         const std::uint64_t one = 1;
-        if (wakeFd >= 0) [[maybe_unused]] auto written = ::write(wakeFd, &one, sizeof one);
+        if (wakeFd >= 0) [[maybe_unused]]
+            auto written = ::write(wakeFd, &one, sizeof one);
     });
     while (true) {
         if (stop_.stop_requested()) return Event::stopped;

@@ -9,7 +9,8 @@ namespace velmora {
 
 double providerRate(float rate) {
     if (!std::isfinite(rate)) rate = SpeechRate::defaultRate;
-    const double clamped = std::clamp(static_cast<double>(rate), double{SpeechRate::minimum}, double{SpeechRate::maximum});
+    const double clamped =
+        std::clamp(static_cast<double>(rate), double{SpeechRate::minimum}, double{SpeechRate::maximum});
     return std::pow(4.0, 2.0 * clamped - 1.0);
 }
 

@@ -4,8 +4,11 @@
 
 namespace velmora {
 
-Speaker::Speaker(std::shared_ptr<SpeechSystem> system, AudioOutputFactory outputs, std::function<RenderLimits()> limits)
-    : system_(std::move(system)), outputs_(std::move(outputs)), limits_(std::move(limits)),
+Speaker::Speaker(std::shared_ptr<SpeechSystem> system, AudioOutputFactory outputs,
+                 std::function<RenderLimits()> limits)
+    : system_(std::move(system)),
+      outputs_(std::move(outputs)),
+      limits_(std::move(limits)),
       thread_([this](std::stop_token stop) { run(stop); }) {}
 
 Speaker::~Speaker() {
@@ -61,10 +64,11 @@ void Speaker::run(std::stop_token stop) {
 // Renders the utterance straight into the output; true when it was heard to its end.
 bool Speaker::speakOne(const Utterance& utterance, std::stop_token stop) {
     std::unique_ptr<AudioOutput> output;
-    const RenderOutcome outcome = renderUtterance(*system_, utterance, limits_(), stop, [&](const PcmBuffer& buffer) {
-        if (!output) output = outputs_(buffer.channels, buffer.sampleRate);
-        if (output) output->play(buffer, stop);
-    });
+    const RenderOutcome outcome =
+        renderUtterance(*system_, utterance, limits_(), stop, [&](const PcmBuffer& buffer) {
+            if (!output) output = outputs_(buffer.channels, buffer.sampleRate);
+            if (output) output->play(buffer, stop);
+        });
     if (output) {
         if (!stop.stop_requested()) output->drain(stop);
         if (stop.stop_requested()) output->discard();
@@ -75,8 +79,10 @@ bool Speaker::speakOne(const Utterance& utterance, std::stop_token stop) {
 void Speaker::report(const Utterance& utterance, bool finished) {
     std::lock_guard lock(delegateMutex_);
     if (!delegate_) return;
-    if (finished) delegate_->didFinish(utterance);
-    else delegate_->didCancel(utterance);
+    if (finished)
+        delegate_->didFinish(utterance);
+    else
+        delegate_->didCancel(utterance);
 }
 
 }  // namespace velmora

@@ -21,7 +21,8 @@ class SynthesizerDelegate;
 // its own, which also makes every delegate call.
 class Speaker {
 public:
-    Speaker(std::shared_ptr<SpeechSystem> system, AudioOutputFactory outputs, std::function<RenderLimits()> limits);
+    Speaker(std::shared_ptr<SpeechSystem> system, AudioOutputFactory outputs,
+            std::function<RenderLimits()> limits);
     // Cancels what is queued and speaking, reports it, and joins the thread.
     ~Speaker();
     Speaker(const Speaker&) = delete;

@@ -1,10 +1,10 @@
 #include "speech/SpeechSystem.h"
 
+#include <unicode/locid.h>
+
 #include <algorithm>
 #include <set>
 #include <string>
-
-#include <unicode/locid.h>
 
 namespace velmora {
 namespace {
@@ -15,8 +15,10 @@ constexpr std::chrono::seconds voicesTimeout{10};
 std::string normalizedTag(std::string_view tag) {
     std::string normal(tag);
     for (char& c : normal) {
-        if (c == '_') c = '-';
-        else if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+        if (c == '_')
+            c = '-';
+        else if (c >= 'A' && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
     }
     return normal;
 }
@@ -25,7 +27,8 @@ std::string primaryLanguage(const std::string& normalTag) { return normalTag.sub
 
 std::vector<ProviderVoice> withoutRepeatedIdentifiers(std::vector<ProviderVoice> voices) {
     std::set<std::string> seen;
-    std::erase_if(voices, [&](const ProviderVoice& voice) { return !seen.insert(voice.voice.identifier).second; });
+    std::erase_if(voices,
+                  [&](const ProviderVoice& voice) { return !seen.insert(voice.voice.identifier).second; });
     return voices;
 }
 
@@ -65,13 +68,16 @@ std::vector<SpeechVoice> SpeechSystem::voices() {
 }
 
 std::optional<SpeechVoice> SpeechSystem::voiceForLanguage(std::string_view language) {
-    const std::string wanted = normalizedTag(language.empty() ? icu::Locale::getDefault().getName() : language);
+    const std::string wanted =
+        normalizedTag(language.empty() ? icu::Locale::getDefault().getName() : language);
     const std::vector<SpeechVoice> all = voices();
-    auto exact = std::find_if(all.begin(), all.end(),
-                              [&](const SpeechVoice& voice) { return normalizedTag(voice.language) == wanted; });
+    auto exact = std::find_if(all.begin(), all.end(), [&](const SpeechVoice& voice) {
+        return normalizedTag(voice.language) == wanted;
+    });
     if (exact != all.end()) return *exact;
     auto sameLanguage = std::find_if(all.begin(), all.end(), [&](const SpeechVoice& voice) {
-        return !voice.language.empty() && primaryLanguage(normalizedTag(voice.language)) == primaryLanguage(wanted);
+        return !voice.language.empty() &&
+               primaryLanguage(normalizedTag(voice.language)) == primaryLanguage(wanted);
     });
     if (sameLanguage != all.end()) return *sameLanguage;
     return std::nullopt;

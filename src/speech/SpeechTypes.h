@@ -40,7 +40,9 @@ struct PcmBuffer {
     int channels = 1;
     double sampleRate = 22050;
 
-    std::size_t frameCount() const { return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0; }
+    std::size_t frameCount() const {
+        return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0;
+    }
 };
 
 using BufferCallback = std::function<void(const PcmBuffer&)>;

@@ -1,11 +1,10 @@
 #include "speech/SpielBus.h"
 
+#include <fcntl.h>
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <algorithm>
 #include <cstdint>
-
-#include <fcntl.h>
-
-#include <sdbus-c++/sdbus-c++.h>
 
 namespace velmora {
 namespace {
@@ -16,14 +15,16 @@ constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr std::chrono::seconds busCallTimeout{5};
 
 // Voices: display name, identifier, output format, feature bits, language tags.
-using VoiceRecord = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
+using VoiceRecord =
+    sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 
 std::vector<ProviderVoice> providerVoices(const std::string& busName, const sdbus::Variant& value) {
     std::vector<ProviderVoice> voices;
     for (const auto& record : value.get<std::vector<VoiceRecord>>()) {
         const auto& languages = std::get<4>(record);
         const std::string language = languages.empty() ? std::string{} : languages.front();
-        voices.push_back({{std::get<1>(record), std::get<0>(record), language}, busName, std::get<2>(record), languages});
+        voices.push_back(
+            {{std::get<1>(record), std::get<0>(record), language}, busName, std::get<2>(record), languages});
     }
     return voices;
 }
@@ -167,8 +168,9 @@ std::shared_ptr<SynthesisReply> SpielBus::synthesize(const SynthesisRequest& req
             .callMethodAsync("Synthesize")
             .onInterface(providerInterface)
             .withTimeout(timeout)
-            .withArguments(sdbus::UnixFd(::fcntl(writeEnd, F_DUPFD_CLOEXEC, 0), sdbus::adopt_fd), request.text, request.voiceId, request.pitch, request.rate,
-                           request.isSsml, request.language)
+            .withArguments(sdbus::UnixFd(::fcntl(writeEnd, F_DUPFD_CLOEXEC, 0), sdbus::adopt_fd),
+                           request.text, request.voiceId, request.pitch, request.rate, request.isSsml,
+                           request.language)
             .uponReplyInvoke([reply](const sdbus::Error* error) {
                 if (!error) return reply->deliver(std::nullopt);
                 reply->deliver(error->getName() + ": " + error->getMessage());

@@ -7,8 +7,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <stop_token>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -85,7 +85,8 @@ public:
     std::vector<std::string> providerNames();
     // The voices of `providers`, provider by provider in the given order; a provider that
     // does not answer within `timeout`, or answers with something else, has none.
-    std::vector<ProviderVoice> voicesOf(const std::vector<std::string>& providers, std::chrono::milliseconds timeout);
+    std::vector<ProviderVoice> voicesOf(const std::vector<std::string>& providers,
+                                        std::chrono::milliseconds timeout);
     // Sends one Synthesize call with `writeEnd` (duplicated into the message) as the pipe.
     std::shared_ptr<SynthesisReply> synthesize(const SynthesisRequest& request, int writeEnd,
                                                std::chrono::milliseconds timeout);

@@ -28,15 +28,20 @@ std::string_view withoutTypeTag(std::string_view value) {
 std::optional<int> integer(std::string_view text, int low, int high) {
     int value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || value < low || value > high) return std::nullopt;
+    if (error != std::errc{} || end != text.data() + text.size() || value < low || value > high)
+        return std::nullopt;
     return value;
 }
 
-bool applyField(StreamFormat& format, std::string_view key, std::string_view value, bool& sawFormat, bool& sawRate) {
+bool applyField(StreamFormat& format, std::string_view key, std::string_view value, bool& sawFormat,
+                bool& sawRate) {
     if (key == "format") {
-        if (value == "S16LE") format.sample = StreamFormat::Sample::s16le;
-        else if (value == "F32LE") format.sample = StreamFormat::Sample::f32le;
-        else return false;
+        if (value == "S16LE")
+            format.sample = StreamFormat::Sample::s16le;
+        else if (value == "F32LE")
+            format.sample = StreamFormat::Sample::f32le;
+        else
+            return false;
         sawFormat = true;
     } else if (key == "channels") {
         const auto channels = integer(value, 1, maximumChannels);
@@ -57,8 +62,10 @@ std::optional<StreamFormat> StreamFormat::parse(std::string_view text) {
     StreamFormat format;
     auto comma = text.find(',');
     const std::string_view mediaType = trimmed(text.substr(0, comma));
-    if (mediaType == "audio/x-spiel") format.framed = true;
-    else if (mediaType != "audio/x-raw") return std::nullopt;
+    if (mediaType == "audio/x-spiel")
+        format.framed = true;
+    else if (mediaType != "audio/x-raw")
+        return std::nullopt;
 
     bool sawFormat = false;
     bool sawRate = false;
@@ -68,8 +75,8 @@ std::optional<StreamFormat> StreamFormat::parse(std::string_view text) {
         const std::string_view field = text.substr(0, comma);
         const auto equals = field.find('=');
         if (equals == std::string_view::npos) return std::nullopt;
-        if (!applyField(format, trimmed(field.substr(0, equals)), withoutTypeTag(field.substr(equals + 1)), sawFormat,
-                        sawRate)) {
+        if (!applyField(format, trimmed(field.substr(0, equals)), withoutTypeTag(field.substr(equals + 1)),
+                        sawFormat, sawRate)) {
             return std::nullopt;
         }
     }

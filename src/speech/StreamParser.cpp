@@ -45,8 +45,10 @@ StreamParser::StreamParser(StreamFormat format) : format_(format) {
 PcmBuffer StreamParser::feed(std::span<const std::byte> bytes) {
     PcmBuffer out{{}, format_.channels, format_.sampleRate};
     if (status_ != Status::reading) return out;
-    if (format_.framed) feedFramed(bytes, out);
-    else takeSamples(bytes, out);
+    if (format_.framed)
+        feedFramed(bytes, out);
+    else
+        takeSamples(bytes, out);
     return out;
 }
 
@@ -54,10 +56,18 @@ void StreamParser::feedFramed(std::span<const std::byte> bytes, PcmBuffer& out) 
     while (!bytes.empty() && status_ == Status::reading) {
         std::size_t used = 0;
         switch (part_) {
-            case Part::header: used = takeField(bytes, headerSize); break;
-            case Part::chunkType: used = takeField(bytes, chunkTypeSize); break;
-            case Part::audioLength: used = takeField(bytes, lengthSize); break;
-            case Part::eventRecord: used = takeField(bytes, eventRecordSize); break;
+            case Part::header:
+                used = takeField(bytes, headerSize);
+                break;
+            case Part::chunkType:
+                used = takeField(bytes, chunkTypeSize);
+                break;
+            case Part::audioLength:
+                used = takeField(bytes, lengthSize);
+                break;
+            case Part::eventRecord:
+                used = takeField(bytes, eventRecordSize);
+                break;
             case Part::audioData:
             case Part::eventName:
                 used = static_cast<std::size_t>(std::min<std::uint64_t>(remaining_, bytes.size()));
@@ -84,13 +94,18 @@ std::size_t StreamParser::takeField(std::span<const std::byte> bytes, std::size_
 void StreamParser::onField() {
     switch (part_) {
         case Part::header:
-            if (std::memcmp(field_.data(), versionHeader.data(), headerSize) != 0) return fail("unknown stream version");
+            if (std::memcmp(field_.data(), versionHeader.data(), headerSize) != 0)
+                return fail("unknown stream version");
             part_ = Part::chunkType;
             break;
         case Part::chunkType:
-            if (field_[0] == audioChunk) part_ = Part::audioLength;
-            else if (field_[0] == eventChunk) part_ = Part::eventRecord;
-            else return fail(std::string("unknown chunk type ").append(std::to_string(std::to_integer<int>(field_[0]))));
+            if (field_[0] == audioChunk)
+                part_ = Part::audioLength;
+            else if (field_[0] == eventChunk)
+                part_ = Part::eventRecord;
+            else
+                return fail(std::string("unknown chunk type ")
+                                .append(std::to_string(std::to_integer<int>(field_[0]))));
             break;
         case Part::audioLength:
             remaining_ = nativeU32(field_.data());
@@ -121,7 +136,8 @@ void StreamParser::takeSamples(std::span<const std::byte> bytes, PcmBuffer& out)
     out.samples.reserve(out.samples.size() + whole / sampleSize);
     for (std::size_t offset = 0; offset < whole; offset += sampleSize) {
         const std::byte* sample = bytes.data() + offset;
-        out.samples.push_back(format_.sample == StreamFormat::Sample::s16le ? s16leSample(sample) : f32leSample(sample));
+        out.samples.push_back(format_.sample == StreamFormat::Sample::s16le ? s16leSample(sample)
+                                                                            : f32leSample(sample));
     }
     partial_.assign(bytes.begin() + static_cast<std::ptrdiff_t>(whole), bytes.end());
 }
@@ -134,7 +150,8 @@ StreamParser::Status StreamParser::finish() {
         problem_ = "the stream ended inside a sample frame";
     } else if (!betweenChunks || !field_.empty()) {
         status_ = Status::truncated;
-        problem_ = part_ == Part::header ? "the stream ended before its version header" : "the stream ended inside a chunk";
+        problem_ = part_ == Part::header ? "the stream ended before its version header"
+                                         : "the stream ended inside a chunk";
     } else {
         status_ = Status::complete;
     }

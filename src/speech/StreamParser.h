@@ -51,9 +51,9 @@ private:
     Status status_ = Status::reading;
     std::string problem_;
     Part part_ = Part::header;
-    std::vector<std::byte> field_;     // a fixed-size header or record being gathered
-    std::uint64_t remaining_ = 0;      // bytes left in the current audio data or event name
-    std::vector<std::byte> partial_;   // the start of a frame whose remaining bytes are still to come
+    std::vector<std::byte> field_;    // a fixed-size header or record being gathered
+    std::uint64_t remaining_ = 0;     // bytes left in the current audio data or event name
+    std::vector<std::byte> partial_;  // the start of a frame whose remaining bytes are still to come
 };
 
 }  // namespace velmora

@@ -1,10 +1,10 @@
 #include "speech/UtteranceRender.h"
 
-#include <array>
-#include <optional>
-
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <array>
+#include <optional>
 
 #include "speech/PipeReader.h"
 #include "speech/ProviderScale.h"
@@ -41,7 +41,8 @@ SynthesisRequest requestFor(const Utterance& utterance, const ProviderVoice& voi
 
 // Reads the stream to its end, handing decoded frames to `sink`; a clean end still has to be
 // confirmed by the call's reply.
-RenderOutcome readStream(PipeReader& reader, StreamParser& parser, const std::function<void(const PcmBuffer&)>& sink) {
+RenderOutcome readStream(PipeReader& reader, StreamParser& parser,
+                         const std::function<void(const PcmBuffer&)>& sink) {
     std::array<std::byte, readSize> bytes;
     while (true) {
         std::size_t count = 0;
@@ -60,9 +61,12 @@ RenderOutcome readStream(PipeReader& reader, StreamParser& parser, const std::fu
                     return failure("The provider's audio stream broke off: " + parser.problem() + ".");
                 }
                 return {};
-            case PipeReader::Event::stalled: return failure("The provider stopped sending audio.");
-            case PipeReader::Event::stopped: return {RenderOutcome::End::cancelled, {}};
-            case PipeReader::Event::failed: return failure("The provider's audio stream could not be read.");
+            case PipeReader::Event::stalled:
+                return failure("The provider stopped sending audio.");
+            case PipeReader::Event::stopped:
+                return {RenderOutcome::End::cancelled, {}};
+            case PipeReader::Event::failed:
+                return failure("The provider's audio stream could not be read.");
         }
     }
 }
@@ -84,7 +88,8 @@ RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, 
     if (::pipe2(ends, O_CLOEXEC) != 0) return failure("No pipe could be made for the provider's audio.");
     UniqueFd readEnd(ends[0]);
     UniqueFd writeEnd(ends[1]);
-    const auto reply = system.bus()->synthesize(requestFor(utterance, *voice), writeEnd.get(), limits.callTimeout);
+    const auto reply =
+        system.bus()->synthesize(requestFor(utterance, *voice), writeEnd.get(), limits.callTimeout);
     writeEnd.reset();  // the provider now holds the only write end: its close ends the stream
 
     PipeReader reader(std::move(readEnd), stop, limits.stallTimeout);

@@ -1,10 +1,10 @@
 #include "speech/VoiceList.h"
 
-#include <algorithm>
-#include <memory>
-
 #include <unicode/coll.h>
 #include <unicode/unistr.h>
+
+#include <algorithm>
+#include <memory>
 
 namespace velmora::VoiceList {
 namespace {
@@ -34,7 +34,8 @@ const std::vector<std::pair<std::string, std::string>>& releases() {
 }
 
 std::vector<SpeechVoice> marked(std::vector<SpeechVoice> voices) {
-    std::erase_if(voices, [](const SpeechVoice& voice) { return voice.identifier.find(marker) == std::string::npos; });
+    std::erase_if(
+        voices, [](const SpeechVoice& voice) { return voice.identifier.find(marker) == std::string::npos; });
     return voices;
 }
 

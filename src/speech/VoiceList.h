@@ -1,11 +1,11 @@
 #pragma once
 
+#include <unicode/locid.h>
+
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include <unicode/locid.h>
 
 #include "speech/SpeechTypes.h"
 

@@ -14,8 +14,7 @@ struct AppGroupContainers {
     // to gets its folder created on request; any other group's folder is found only if it
     // already exists. Absent when there is (or can be) no folder.
     static std::optional<std::filesystem::path> folder(const std::filesystem::path& root,
-                                                       const std::string& groupIdentifier,
-                                                       bool entitled);
+                                                       const std::string& groupIdentifier, bool entitled);
 };
 
 }  // namespace velmora

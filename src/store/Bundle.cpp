@@ -29,9 +29,7 @@ std::optional<Bundle> Bundle::open(const fs::path& path) {
     return Bundle(path);
 }
 
-std::optional<fs::path> Bundle::resourceFolder() const {
-    return existingDirectory(folder_ / "Resources");
-}
+std::optional<fs::path> Bundle::resourceFolder() const { return existingDirectory(folder_ / "Resources"); }
 
 std::optional<fs::path> Bundle::builtInPlugInsFolder() const {
     return existingDirectory(folder_ / "PlugIns");

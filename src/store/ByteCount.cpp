@@ -30,7 +30,8 @@ std::string formatByteCount(std::int64_t bytes) {
     const double magnitude = std::fabs(static_cast<double>(bytes));
     const std::string sign = negative ? "-" : "";
     if (magnitude < 1000) {
-        return sign + std::to_string(static_cast<long long>(magnitude)) + (magnitude == 1 ? " byte" : " bytes");
+        return sign + std::to_string(static_cast<long long>(magnitude)) +
+               (magnitude == 1 ? " byte" : " bytes");
     }
     double value = magnitude / 1000;
     std::size_t unit = 0;

@@ -1,6 +1,5 @@
 #include "store/InstalledVoice.h"
 
-
 std::size_t std::hash<velmora::InstalledVoice>::operator()(const velmora::InstalledVoice& voice) const {
     velmora::FieldHasher hasher;
     velmora::hashInto(hasher, voice.release);

@@ -49,7 +49,8 @@ struct VoiceStore {
 
     // Packs in the container. A locale must be one plain file name.
     static bool isPlainName(std::string_view name);
-    static std::optional<std::filesystem::path> directory(const VoiceRelease& release, std::string_view locale);
+    static std::optional<std::filesystem::path> directory(const VoiceRelease& release,
+                                                          std::string_view locale);
     static bool isInstalled(const VoiceRelease& release, std::string_view locale);
     static std::optional<std::string> brokerTag(std::string_view tag, std::string_view text);
     static std::optional<std::string> voiceName(const VoiceRelease& release, std::string_view locale);

@@ -33,7 +33,8 @@ bool VoiceStore::isDictionaryFile(std::string_view name) {
     return name == "user_rules.txt" || name.find("userdct") != std::string_view::npos;
 }
 
-std::vector<std::string> VoiceStore::missingDictionaries(const VoiceRelease& release, std::string_view locale) {
+std::vector<std::string> VoiceStore::missingDictionaries(const VoiceRelease& release,
+                                                         std::string_view locale) {
     std::error_code error;
     auto pack = directory(release, locale);
     if (!pack || !fs::exists(*pack, error)) return {};

@@ -137,8 +137,8 @@ void VoiceStore::remove(const VoiceRelease& release, std::string_view locale) {
     if (!pack) return;
     // remove_all reports nothing for a missing path; a pack that is not there is an error here.
     if (!fs::exists(fs::symlink_status(*pack))) {
-        throw fs::filesystem_error("cannot remove voice pack",
-                                   *pack, std::make_error_code(std::errc::no_such_file_or_directory));
+        throw fs::filesystem_error("cannot remove voice pack", *pack,
+                                   std::make_error_code(std::errc::no_such_file_or_directory));
     }
     fs::remove_all(*pack);
     std::error_code ignored;

@@ -1,7 +1,8 @@
 #include "zip/Crc32.h"
 
-#include <array>
 #include <isa-l/crc.h>
+
+#include <array>
 
 #include "zip/ZipReader.h"
 

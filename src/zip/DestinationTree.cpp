@@ -1,9 +1,10 @@
 #include "zip/DestinationTree.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "zip/EntryName.h"
 
@@ -12,7 +13,8 @@ namespace {
 
 constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-Descriptor enterDirectory(const Descriptor& parent, const std::string& component, const std::filesystem::path& shown) {
+Descriptor enterDirectory(const Descriptor& parent, const std::string& component,
+                          const std::filesystem::path& shown) {
     if (::mkdirat(parent.get(), component.c_str(), 0777) != 0 && errno != EEXIST) {
         throwFileError("cannot create directory", shown, errno);
     }

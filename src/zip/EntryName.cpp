@@ -8,7 +8,8 @@ std::vector<std::string_view> split(std::string_view name) {
     std::size_t start = 0;
     for (;;) {
         const std::size_t slash = name.find('/', start);
-        parts.push_back(name.substr(start, slash == std::string_view::npos ? std::string_view::npos : slash - start));
+        parts.push_back(
+            name.substr(start, slash == std::string_view::npos ? std::string_view::npos : slash - start));
         if (slash == std::string_view::npos) return parts;
         start = slash + 1;
     }

@@ -1,8 +1,9 @@
 #include "zip/EntryWriter.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <cstdint>
-#include <fcntl.h>
 
 #include "zip/Crc32.h"
 #include "zip/ZipFormat.h"
@@ -40,8 +41,8 @@ using Inflate = void (*)(std::span<const std::byte>, const std::function<void(st
 
 // Output is stopped the moment it would pass the recorded size, so a small archive cannot fill
 // the disk; the length message then counts the bytes decoded so far.
-void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file, Written& written,
-                   Inflate inflate) {
+void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file,
+                   Written& written, Inflate inflate) {
     inflate(body, [&](std::span<const std::byte> piece) {
         const std::int64_t decoded = written.count + static_cast<std::int64_t>(piece.size());
         if (decoded > entry.uncompressedSize) throw lengthMismatch(entry, decoded);
@@ -85,7 +86,8 @@ void writeEntryBody(const ZipReader::Entry& entry, std::span<const std::byte> bo
 
 }  // namespace zip
 
-void ZipReader::write(const Entry& entry, std::span<const std::byte> archive, const std::filesystem::path& destination) {
+void ZipReader::write(const Entry& entry, std::span<const std::byte> archive,
+                      const std::filesystem::path& destination) {
     const auto entryBody = body(entry, archive);
     auto file = zip::OutputFile::create(AT_FDCWD, destination.string(), destination);
     zip::writeEntryBody(entry, entryBody, file);

@@ -1,11 +1,12 @@
 #include "zip/MappedFile.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace velmora {

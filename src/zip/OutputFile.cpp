@@ -1,10 +1,11 @@
 #include "zip/OutputFile.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 namespace velmora::zip {
@@ -27,7 +28,8 @@ Descriptor::~Descriptor() {
     if (fd_ >= 0) ::close(fd_);  // an error while closing is of no use to anyone here
 }
 
-OutputFile OutputFile::create(int directoryFd, const std::string& name, const std::filesystem::path& shownPath) {
+OutputFile OutputFile::create(int directoryFd, const std::string& name,
+                              const std::filesystem::path& shownPath) {
     // No O_TRUNC yet: the file is emptied only once it is known to be a regular file. O_NONBLOCK
     // keeps a FIFO placed there from blocking the open.
     const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
@@ -38,7 +40,8 @@ OutputFile OutputFile::create(int directoryFd, const std::string& name, const st
     if (!S_ISREG(status.st_mode)) throwFileError("cannot replace a special file", shownPath, EEXIST);
     // Only an existing file is truncated: ext4 flushes a file to disk on close once it has been
     // truncated, which would make every fresh file of an unpack wait for the disk.
-    if (status.st_size != 0 && ::ftruncate(file.get(), 0) != 0) throwFileError("cannot empty file", shownPath, errno);
+    if (status.st_size != 0 && ::ftruncate(file.get(), 0) != 0)
+        throwFileError("cannot empty file", shownPath, errno);
     return OutputFile(std::move(file), shownPath);
 }
 

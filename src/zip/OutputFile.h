@@ -29,7 +29,8 @@ private:
 class OutputFile {
 public:
     // `name` is relative to the directory `directoryFd` (or AT_FDCWD).
-    static OutputFile create(int directoryFd, const std::string& name, const std::filesystem::path& shownPath);
+    static OutputFile create(int directoryFd, const std::string& name,
+                             const std::filesystem::path& shownPath);
 
     // Appends all of `bytes`.
     void write(std::span<const std::byte> bytes);

@@ -5,7 +5,8 @@
 
 namespace velmora {
 
-std::vector<std::string> ZipReader::unpack(std::span<const std::byte> archive, const std::filesystem::path& into) {
+std::vector<std::string> ZipReader::unpack(std::span<const std::byte> archive,
+                                           const std::filesystem::path& into) {
     const auto list = entries(archive);
     // A single hostile name refuses the whole archive before anything is written.
     for (const auto& entry : list) {

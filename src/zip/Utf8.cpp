@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
 struct LeadByte {
-    int continuations;        // bytes that must follow, or -1 when the byte cannot start a sequence
+    int continuations;       // bytes that must follow, or -1 when the byte cannot start a sequence
     std::uint8_t low, high;  // allowed range of the first continuation byte
 };
 

@@ -16,7 +16,8 @@ namespace format = zip::format;
 bool signatureAt(std::span<const std::byte> archive, std::uint64_t position, std::uint32_t signature) {
     if (position > archive.size() || archive.size() - position < 4) return false;
     for (int i = 0; i < 4; ++i) {
-        if (std::to_integer<std::uint32_t>(archive[position + i]) != ((signature >> (8 * i)) & 0xFF)) return false;
+        if (std::to_integer<std::uint32_t>(archive[position + i]) != ((signature >> (8 * i)) & 0xFF))
+            return false;
     }
     return true;
 }
@@ -28,7 +29,8 @@ std::uint64_t findEndRecord(std::span<const std::byte> archive) {
     const auto window = static_cast<std::int64_t>(format::endSearchWindow);
     const std::int64_t lowest = length >= window ? length - window : 0;
     for (std::int64_t p = length - static_cast<std::int64_t>(format::endSize); p >= lowest; --p) {
-        if (signatureAt(archive, static_cast<std::uint64_t>(p), format::endSignature)) return static_cast<std::uint64_t>(p);
+        if (signatureAt(archive, static_cast<std::uint64_t>(p), format::endSignature))
+            return static_cast<std::uint64_t>(p);
     }
     throw ZipReader::Failure::notAZip();
 }
@@ -61,12 +63,15 @@ EndRecord readEndRecord(std::span<const std::byte> archive) {
 // from a pipe even when every value fits the 32-bit fields, and such archives read fine. Only a
 // field that holds the "see the zip64 record" marker makes the archive unreadable here.
 void refuseUnsupportedArchive(std::span<const std::byte> archive, const EndRecord& end) {
-    const bool locator = end.position >= format::zip64LocatorSize &&
-                         signatureAt(archive, end.position - format::zip64LocatorSize, format::zip64LocatorSignature);
+    const bool locator =
+        end.position >= format::zip64LocatorSize &&
+        signatureAt(archive, end.position - format::zip64LocatorSize, format::zip64LocatorSignature);
     const bool marked = end.total == 0xFFFF || end.thisDisk == 0xFFFF || end.directoryDisk == 0xFFFF ||
-                        end.directorySize == format::zip64Marker || end.directoryOffset == format::zip64Marker;
+                        end.directorySize == format::zip64Marker ||
+                        end.directoryOffset == format::zip64Marker;
     if (locator && marked) throw ZipReader::Failure::unsupportedFeature("zip64 extensions");
-    if (end.thisDisk != 0 || end.directoryDisk != 0) throw ZipReader::Failure::unsupportedFeature("multiple disks");
+    if (end.thisDisk != 0 || end.directoryDisk != 0)
+        throw ZipReader::Failure::unsupportedFeature("multiple disks");
 }
 
 void refuseUnsupportedEntry(std::uint16_t flags, std::uint16_t startDisk, std::uint32_t compressedSize,
@@ -117,7 +122,8 @@ std::vector<ZipReader::Entry> ZipReader::entries(std::span<const std::byte> arch
     std::uint64_t position = end.directoryOffset;
     std::vector<Entry> list;
     // Reserve no more than the bytes after the offset could hold, whatever the total claims.
-    const std::uint64_t room = position < archive.size() ? (archive.size() - position) / format::centralSize : 0;
+    const std::uint64_t room =
+        position < archive.size() ? (archive.size() - position) / format::centralSize : 0;
     list.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(end.total, room)));
     for (std::uint16_t i = 0; i < end.total; ++i) list.push_back(readCentralRecord(archive, position));
     return list;
@@ -135,7 +141,8 @@ std::span<const std::byte> ZipReader::body(const Entry& entry, std::span<const s
     // alignment padding) in the local header than in the central record.
     const std::uint64_t start = headerOffset + format::localSize + nameLength + extraLength;
     const auto size = static_cast<std::uint64_t>(entry.compressedSize);
-    if (start > archive.size() || size > archive.size() - start) throw Failure::corrupt("body of " + entry.name);
+    if (start > archive.size() || size > archive.size() - start)
+        throw Failure::corrupt("body of " + entry.name);
     return archive.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(size));
 }
 

@@ -1,6 +1,6 @@
-#include "zip/ZipReader.h"
-
 #include <utility>
+
+#include "zip/ZipReader.h"
 
 namespace velmora {
 
@@ -8,7 +8,9 @@ ZipReader::Failure::Failure(Kind kind, std::uint16_t method, std::string detail,
     : std::runtime_error(text), kind_(kind), method_(method), detail_(std::move(detail)) {}
 
 ZipReader::Failure ZipReader::Failure::unsupportedCompression(std::uint16_t method) {
-    return {Kind::unsupportedCompression, method, {},
+    return {Kind::unsupportedCompression,
+            method,
+            {},
             "The archive uses compression method " + std::to_string(method) + "."};
 }
 

@@ -58,7 +58,8 @@ struct ZipReader {
     // Writes every file entry below `into`, creating the folders they need, and returns the
     // names written in central-directory order. Every name is checked before anything is written.
     // Stops at the first failure and leaves what it wrote.
-    static std::vector<std::string> unpack(std::span<const std::byte> archive, const std::filesystem::path& into);
+    static std::vector<std::string> unpack(std::span<const std::byte> archive,
+                                           const std::filesystem::path& into);
 };
 
 // Why an archive cannot be read; what() is the text shown to the user.

@@ -40,7 +40,8 @@ private:
 
 }  // namespace
 
-void zlibInflate(std::span<const std::byte> stream, const std::function<void(std::span<const std::byte>)>& emit) {
+void zlibInflate(std::span<const std::byte> stream,
+                 const std::function<void(std::span<const std::byte>)>& emit) {
     ZlibDecoder decoder(stream);
     runInflateSteps(decoder, emit);
 }

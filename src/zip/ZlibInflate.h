@@ -8,6 +8,7 @@ namespace velmora::zip {
 
 // ZipReader::inflate with zlib as the decoder: the same steps, outputs and failures. Kept as the
 // reference that the faster decoder is checked against.
-void zlibInflate(std::span<const std::byte> stream, const std::function<void(std::span<const std::byte>)>& emit);
+void zlibInflate(std::span<const std::byte> stream,
+                 const std::function<void(std::span<const std::byte>)>& emit);
 
 }  // namespace velmora::zip

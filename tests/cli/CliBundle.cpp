@@ -8,7 +8,8 @@ CliBundle::CliBundle() {
     fs::copy_file(VELMORA_CLI, folder() / "velmora-cli");
     writeFile(folder() / "Resources/velmora.entitlements",
               "<plist version=\"1.0\"><dict><key>com.apple.security.application-groups</key>"
-              "<array><string>" + std::string(group) + "</string></array></dict></plist>");
+              "<array><string>" +
+                  std::string(group) + "</string></array></dict></plist>");
     const fs::path compact = folder() / "PlugIns/Test.appex/Resources/ios5/TTSResources/en-US";
     writeFile(compact / "broker.hdr", brokerHeader("Samantha"));
     writeFile(compact / "user_rules.txt", "rules");

@@ -19,7 +19,8 @@ public:
     std::filesystem::path voices() const { return containers() / group / "Voices"; }
     std::filesystem::path containers() const { return dir_ / "app-groups"; }
     std::filesystem::path folder() const { return dir_ / "Velmora"; }
-    void installPack(const std::string& releaseAndLocale, const std::string& voice, std::size_t dataBytes) const;
+    void installPack(const std::string& releaseAndLocale, const std::string& voice,
+                     std::size_t dataBytes) const;
 
     static constexpr const char* group = "group.cli.test";
 

@@ -13,8 +13,8 @@ TEST(StoreCommandsTest, StatusIsReadyWithTheContainerOfTheEntitledGroup) {
     auto result = cli.run({"status"});
     EXPECT_EQ(result.exitStatus, 0) << result.err;
     EXPECT_EQ(result.out, "status: ready\ngroup: group.cli.test\ncontainer: " +
-                              (cli.containers() / "group.cli.test").string() + "\nvoices: " +
-                              cli.voices().string() + "\n");
+                              (cli.containers() / "group.cli.test").string() +
+                              "\nvoices: " + cli.voices().string() + "\n");
     EXPECT_TRUE(fs::is_directory(cli.containers() / "group.cli.test"));
 }
 
@@ -23,8 +23,9 @@ TEST(StoreCommandsTest, StatusExplainsAMissingEntitlement) {
     fs::remove(cli.folder() / "Resources/velmora.entitlements");
     auto result = cli.run({"status"});
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_TRUE(result.out.starts_with("status: notEntitled\nThis copy of the app was signed without the App "
-                                       "Group entitlement"))
+    EXPECT_TRUE(
+        result.out.starts_with("status: notEntitled\nThis copy of the app was signed without the App "
+                               "Group entitlement"))
         << result.out;
 }
 

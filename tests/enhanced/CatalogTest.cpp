@@ -26,38 +26,47 @@ std::string parsed(const std::string& text) {
 TEST(CatalogTest, AssetsBecomeVoicesInBothForms) {
     const std::vector<std::byte> shortDigest(16, std::byte{1});
     // Addresses are joined as written, with no slash added; a size that is no number counts as none.
-    const std::string xml = catalogXml(
-        {assetXml("4", "en-US", {{"_Measurement", dataValue(sha1Of("archive"))}}),
-         assetXml("5", "fr-FR", {{"_Measurement", dataValue(shortDigest)}, {"_UnarchivedSize", ""},
-                                 {"__BaseURL", stringValue("https://h.invalid/a")},
-                                 {"_DownloadSize", "<true/>"}})});
+    const std::string xml =
+        catalogXml({assetXml("4", "en-US", {{"_Measurement", dataValue(sha1Of("archive"))}}),
+                    assetXml("5", "fr-FR",
+                             {{"_Measurement", dataValue(shortDigest)},
+                              {"_UnarchivedSize", ""},
+                              {"__BaseURL", stringValue("https://h.invalid/a")},
+                              {"_DownloadSize", "<true/>"}})});
     const auto voices = parse(xml);
     EXPECT_EQ(voices, (std::vector<EnhancedVoice>{
-        {*VoiceRelease::named("ios6"), "en-US", 1000, 4000, "https://example.invalid/voices/en-US.zip",
-         sha1Of("archive"), "5.0.1"},
-        {*VoiceRelease::named("ios7"), "fr-FR", 0, 0, "https://h.invalid/afr-FR.zip", shortDigest, "5.0.1"},
-    }));
-    const std::string toBinary = "import plistlib, sys; sys.stdout.buffer.write(plistlib.dumps("
-                                 "plistlib.loads(sys.argv[1].encode()), fmt=plistlib.FMT_BINARY))";
+                          {*VoiceRelease::named("ios6"), "en-US", 1000, 4000,
+                           "https://example.invalid/voices/en-US.zip", sha1Of("archive"), "5.0.1"},
+                          {*VoiceRelease::named("ios7"), "fr-FR", 0, 0, "https://h.invalid/afr-FR.zip",
+                           shortDigest, "5.0.1"},
+                      }));
+    const std::string toBinary =
+        "import plistlib, sys; sys.stdout.buffer.write(plistlib.dumps("
+        "plistlib.loads(sys.argv[1].encode()), fmt=plistlib.FMT_BINARY))";
     EXPECT_EQ(parse(runProcess("/usr/bin/python3", {"-c", toBinary, xml}).out), voices);
 }
 
 TEST(CatalogTest, FaultyAssetsAreSkippedAndDocumentsWithoutAssetsFail) {
     const std::pair<const char*, std::string> changes[] = {
         {"FormatVersion", stringValue("2")},  // a release without downloads
-        {"FormatVersion", stringValue("6")},           {"FormatVersion", "<integer>4</integer>"},
-        {"FormatVersion", ""},                         {"Language", ""},
-        {"Language", dataValue(sha1Of("en-US"))},      {"__BaseURL", ""},
-        {"__BaseURL", stringValue("not an address ")}, {"__RelativePath", ""},
-        {"_Measurement", ""},                          {"_Measurement", stringValue("5a5a5a5a")}};
+        {"FormatVersion", stringValue("6")},
+        {"FormatVersion", "<integer>4</integer>"},
+        {"FormatVersion", ""},
+        {"Language", ""},
+        {"Language", dataValue(sha1Of("en-US"))},
+        {"__BaseURL", ""},
+        {"__BaseURL", stringValue("not an address ")},
+        {"__RelativePath", ""},
+        {"_Measurement", ""},
+        {"_Measurement", stringValue("5a5a5a5a")}};
     for (const auto& [key, value] : changes) {
         const std::string xml = catalogXml({assetXml("4", "en-US", {{key, value}}), assetXml("4", "fr-FR")});
         EXPECT_EQ(parsed(xml), "ios6/fr-FR") << key << " " << value;
     }
     const std::string plist = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
-    for (const std::string& body : {plist + "<array><dict/></array></plist>",
-                                    plist + "<dict><key>Assets</key><dict/></dict></plist>",
-                                    catalogXml({assetXml("4", "en-US"), stringValue("asset")})})
+    for (const std::string& body :
+         {plist + "<array><dict/></array></plist>", plist + "<dict><key>Assets</key><dict/></dict></plist>",
+          catalogXml({assetXml("4", "en-US"), stringValue("asset")})})
         EXPECT_EQ(parsed(body), "Apple's voice catalog could not be read.") << body;
 }
 
@@ -68,8 +77,9 @@ TEST(CatalogTest, VoicesComeInDisplayOrder) {
         {assetXml("5", "en-US"), assetXml("4", "it-IT", {{"_MasteredVersion", stringValue("first")}}),
          assetXml("4", "en-GB"), assetXml("4", "en-AU"), assetXml("4", "it-IT"), assetXml("3", "en-US"),
          assetXml("3", "de-DE"), assetXml("3", "fr-FR")});
-    EXPECT_EQ(parsed(xml), "ios5/fr-FR ios5/de-DE ios5/en-US ios6/en-AU ios6/en-GB ios6/it-IT ios6/it-IT "
-                           "ios7/en-US");
+    EXPECT_EQ(parsed(xml),
+              "ios5/fr-FR ios5/de-DE ios5/en-US ios6/en-AU ios6/en-GB ios6/it-IT ios6/it-IT "
+              "ios7/en-US");
     EXPECT_EQ(parse(xml).at(5).masteredVersion, "first");
 }
 

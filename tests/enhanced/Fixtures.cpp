@@ -1,8 +1,8 @@
 #include "Fixtures.h"
 
-#include <cstdlib>
-
 #include <openssl/evp.h>
+
+#include <cstdlib>
 
 #include "support/Files.h"
 #include "support/Process.h"
@@ -25,9 +25,12 @@ std::string dataValue(const std::vector<std::byte>& bytes) {
 }
 
 std::string assetXml(const std::string& format, const std::string& language, const Entries& changes) {
-    Entries entries{{"Build", stringValue("10A403")}, {"_IsZipStreamable", "<true/>"},
-                    {"FormatVersion", stringValue(format)}, {"Language", stringValue(language)},
-                    {"_DownloadSize", "<integer>1000</integer>"}, {"_MasteredVersion", stringValue("5.0.1")},
+    Entries entries{{"Build", stringValue("10A403")},
+                    {"_IsZipStreamable", "<true/>"},
+                    {"FormatVersion", stringValue(format)},
+                    {"Language", stringValue(language)},
+                    {"_DownloadSize", "<integer>1000</integer>"},
+                    {"_MasteredVersion", stringValue("5.0.1")},
                     {"_UnarchivedSize", "<integer>4000</integer>"},
                     {"_Measurement", dataValue(std::vector<std::byte>(20, std::byte{0x5a}))},
                     {"__BaseURL", stringValue("https://example.invalid/voices/")},
@@ -42,8 +45,9 @@ std::string assetXml(const std::string& format, const std::string& language, con
 }
 
 std::string catalogXml(const std::vector<std::string>& assets) {
-    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
-                      "<key>AssetType</key><string>voices</string><key>Assets</key><array>\n";
+    std::string xml =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
+        "<key>AssetType</key><string>voices</string><key>Assets</key><array>\n";
     for (const auto& asset : assets) xml += asset;
     return xml + "</array><key>Signature</key><data>AAEC</data></dict></plist>\n";
 }

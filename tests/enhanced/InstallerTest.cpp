@@ -31,8 +31,13 @@ protected:
     EnhancedVoice serve(const std::string& archive, const std::string& id = "ios6/en-US") {
         writeFile(files_ / id, archive);
         const auto slash = id.find('/');
-        return {*VoiceRelease::named(id.substr(0, slash)), id.substr(slash + 1), std::ssize(archive), 0,
-                server_.url("/files/" + id), sha1Of(archive), "1.0"};
+        return {*VoiceRelease::named(id.substr(0, slash)),
+                id.substr(slash + 1),
+                std::ssize(archive),
+                0,
+                server_.url("/files/" + id),
+                sha1Of(archive),
+                "1.0"};
     }
     // Runs the pipeline and returns what happened in order: the callbacks ("progress 1" for the
     // exact end), then "installed SIZE" or the error's text. Cancels once a report reaches `cancelAt`.
@@ -91,12 +96,13 @@ TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
 }
 
 TEST_F(InstallerTest, InstallsReinstallsAndInstallsAtOnceSweepingOnlyAbandonedStaging) {
-    const auto events = install(serve(makeZip({"top.txt", "x", "a/readme.txt", "x", "a/b/", "",
-                                               "a/b/broker.hdr.asset", "Tessa", "a/b/voice.dat", "voice",
-                                               "a/b/sub/extra.dat", "more", "other/x.dat", "x"})));
+    const auto events = install(
+        serve(makeZip({"top.txt", "x", "a/readme.txt", "x", "a/b/", "", "a/b/broker.hdr.asset", "Tessa",
+                       "a/b/voice.dat", "voice", "a/b/sub/extra.dat", "more", "other/x.dat", "x"})));
     // Only the header's folder, and the two dictionary files of the compact data of ios6/en-US.
-    EXPECT_EQ(pack(), "broker.hdr=Tessa en_userdct.dat=dictionary sub/extra.dat=more user_rules.txt=rules "
-                      "voice.dat=voice");
+    EXPECT_EQ(pack(),
+              "broker.hdr=Tessa en_userdct.dat=dictionary sub/extra.dat=more user_rules.txt=rules "
+              "voice.dat=voice");
     const std::string installed = "installed " + std::to_string(VoiceStore::size(voices() / "ios6/en-US"));
     ASSERT_GE(events.size(), 3u);
     EXPECT_EQ(std::vector(events.end() - 3, events.end()),

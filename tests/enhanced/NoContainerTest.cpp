@@ -13,10 +13,11 @@ TEST(EnhancedNoContainerTest, InstallFailsWithTheContainersExplanationOfTheMomen
     velmora::test::writeFile(dir / "app-groups", "a file where the containers would go");
     velmora::test::entitleProcess(dir.path(), "G1");
     // Nothing listens at this address: a download attempt would fail differently.
-    const velmora::EnhancedVoice voice{*velmora::VoiceRelease::named("ios6"), "en-US", 0, 0,
-                                       "http://127.0.0.1:9/", {}, ""};
+    const velmora::EnhancedVoice voice{
+        *velmora::VoiceRelease::named("ios6"), "en-US", 0, 0, "http://127.0.0.1:9/", {}, ""};
     try {
-        velmora::EnhancedVoiceManager::download(voice, [](double) {}, [] { ADD_FAILURE() << "unpacking"; });
+        velmora::EnhancedVoiceManager::download(
+            voice, [](double) {}, [] { ADD_FAILURE() << "unpacking"; });
         ADD_FAILURE() << "installed without a container";
     } catch (const velmora::InstallFailure& failure) {
         EXPECT_TRUE(std::string(failure.what()).starts_with("The app is entitled to G1 but"));

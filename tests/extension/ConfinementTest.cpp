@@ -1,7 +1,5 @@
 // The provider's confinement, applied to this test process (it cannot be undone, so the checks
 // share one process and one test).
-#include "Confinement.h"
-
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,6 +7,7 @@
 #include <cerrno>
 #include <fstream>
 
+#include "Confinement.h"
 #include "support/Files.h"
 
 namespace velmora::provider {

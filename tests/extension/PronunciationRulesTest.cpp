@@ -1,6 +1,6 @@
-#include "PronunciationRules.h"
-
 #include <gtest/gtest.h>
+
+#include "PronunciationRules.h"
 
 namespace velmora::provider {
 namespace {

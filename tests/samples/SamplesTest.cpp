@@ -135,7 +135,8 @@ TEST(SamplesTest, CodesWithoutARowFallBackByLanguageThenToUsEnglish) {
         {"empty code", "", usSentence, englishGreeting},
         {"one hyphen", "-", usSentence, englishGreeting},
         {"several hyphens", "---", usSentence, englishGreeting},
-        {"empty pieces dropped", "--sv--FI", "God dag, hur mår du? Idag är det en vacker dag.", "Hej! Jag heter %@."},
+        {"empty pieces dropped", "--sv--FI", "God dag, hur mår du? Idag är det en vacker dag.",
+         "Hej! Jag heter %@."},
         {"exact row wins over the first prefix match", "en-US", usSentence, englishGreeting},
     };
     for (const auto& test : cases) {
@@ -154,7 +155,8 @@ TEST(SamplesTest, SharedLanguagePartsAnswerWithOneOfTheirRows) {
         }
         return texts;
     };
-    const std::pair<const char*, const char*> cases[] = {{"-fr", "fr"}, {"n", "n"}, {"en-NZ", "en"}, {"zh-SG", "zh"}};
+    const std::pair<const char*, const char*> cases[] = {
+        {"-fr", "fr"}, {"n", "n"}, {"en-NZ", "en"}, {"zh-SG", "zh"}};
     for (const auto& [code, part] : cases) {
         const auto sentences = rowsStartingWith(sentenceRows, part);
         const auto greetings = rowsStartingWith(greetingRows, part);

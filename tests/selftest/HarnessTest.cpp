@@ -17,15 +17,17 @@ using namespace std::chrono_literals;
 using namespace std::string_literals;
 const PcmBuffer endMarker{};
 
-PcmBuffer pcm(std::vector<float> s, int channels = 1, double rate = 100) { return {std::move(s), channels, rate}; }
+PcmBuffer pcm(std::vector<float> s, int channels = 1, double rate = 100) {
+    return {std::move(s), channels, rate};
+}
 
 constexpr float quietest = 0.01f;
 const float justAudible = std::nextafter(0.01f, 1.0f);
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float unit = 1.0f / 32768;           // one step of the signature's integer scale
-const float huge = std::ldexp(1.0f, 40);       // scales to 2^55
-const float tooLarge = std::ldexp(1.0f, 48);   // scales to 2^63, beyond a signed 64-bit integer
+constexpr float unit = 1.0f / 32768;          // one step of the signature's integer scale
+const float huge = std::ldexp(1.0f, 40);      // scales to 2^55
+const float tooLarge = std::ldexp(1.0f, 48);  // scales to 2^63, beyond a signed 64-bit integer
 
 // Feeds the buffers, then the end marker, one per second of a fake clock from the start: latency
 // is the 1-based index of the first buffer holding an audible sample.
@@ -48,30 +50,45 @@ TEST(MeasurementTest, EachRuleOnChannelZero) {
         RenderResult expected;
     } cases[] = {
         {"end marker only", {}, {0, 0, -1.0, 0}},
-        {"samples truncate toward zero", {pcm({1.5f * unit, -1.5f * unit, 0.9f * unit}, 1, 22050)},
+        {"samples truncate toward zero",
+         {pcm({1.5f * unit, -1.5f * unit, 0.9f * unit}, 1, 22050)},
          {3 / 22050.0, 1.5f * unit, -1.0, (1 * 31 - 1) * 31 + 0}},
-        {"signature wraps around in 64 bits", {pcm({huge, huge, huge})},
+        {"signature wraps around in 64 bits",
+         {pcm({huge, huge, huge})},
          {0.03, huge, 1, 15 * (std::uint64_t{1} << 60) + (std::uint64_t{1} << 55)}},
-        {"negative values enter as their bit pattern", {pcm({-unit, -unit})}, {0.02, unit, -1.0, 0xFFFFFFFFFFFFFFE0}},
-        {"most negative 64-bit value still counts", {pcm({-tooLarge})}, {0.01, tooLarge, 1, std::uint64_t{1} << 63}},
+        {"negative values enter as their bit pattern",
+         {pcm({-unit, -unit})},
+         {0.02, unit, -1.0, 0xFFFFFFFFFFFFFFE0}},
+        {"most negative 64-bit value still counts",
+         {pcm({-tooLarge})},
+         {0.01, tooLarge, 1, std::uint64_t{1} << 63}},
         {"NaN, infinite and out-of-range samples stay out of the signature; NaN leaves the peak alone",
-         {pcm({0.5f, nan, tooLarge, -infinity, -0.25f})}, {0.05, infinity, 1, 16384 * 31 - 8192}},
-        {"exactly 0.01 is not audible", {pcm({quietest, -quietest, 0.0f})},
+         {pcm({0.5f, nan, tooLarge, -infinity, -0.25f})},
+         {0.05, infinity, 1, 16384 * 31 - 8192}},
+        {"exactly 0.01 is not audible",
+         {pcm({quietest, -quietest, 0.0f})},
          {0.03, quietest, -1.0, 327 * 31 * 31 - 327 * 31}},
         {"the first sample above 0.01 sets latency, later ones do not",
          {pcm({quietest}), pcm({0.0f, justAudible}), pcm({0.9f})},
          {0.04, 0.9f, 2, ((327 * 31 + 0) * 31 + 327) * 31 + 29491}},
-        {"a negative sample just above 0.01 is audible", {pcm({-quietest}), pcm({-justAudible})},
+        {"a negative sample just above 0.01 is audible",
+         {pcm({-quietest}), pcm({-justAudible})},
          {0.02, justAudible, 2, static_cast<std::uint64_t>(-327 * 31 - 327)}},
-        {"peak keeps the largest magnitude", {pcm({0.2f, -0.7f, 0.3f})}, {0.03, 0.7f, 1, (6553 * 31 - 22937) * 31 + 9830}},
-        {"other channels and a trailing partial frame are not measured", {pcm({0.5f, 0.9f, -0.25f, -0.9f, 0.7f}, 2)},
+        {"peak keeps the largest magnitude",
+         {pcm({0.2f, -0.7f, 0.3f})},
+         {0.03, 0.7f, 1, (6553 * 31 - 22937) * 31 + 9830}},
+        {"other channels and a trailing partial frame are not measured",
+         {pcm({0.5f, 0.9f, -0.25f, -0.9f, 0.7f}, 2)},
          {0.02, 0.5f, 1, 16384 * 31 - 8192}},
         {"audio on channel 1 alone is not audible", {pcm({0.0f, 0.9f, 0.0f, 0.9f}, 2)}, {0.02, 0, -1.0, 0}},
         {"seconds divide all frames by the last usable rate; buffers without one are ignored",
          {pcm(std::vector<float>(100, 0.0f), 1, 10000), pcm(std::vector<float>(100, 0.0f), 2, 5000),
-          pcm({0.5f}, 1, 0), pcm({0.5f}, 1, -22050), pcm({0.5f}, 1, nan)}, {0.03, 0, -1.0, 0}},
+          pcm({0.5f}, 1, 0), pcm({0.5f}, 1, -22050), pcm({0.5f}, 1, nan)},
+         {0.03, 0, -1.0, 0}},
     };
-    const auto fields = [](const RenderResult& r) { return std::tuple(r.seconds, r.peak, r.latency, r.signature); };
+    const auto fields = [](const RenderResult& r) {
+        return std::tuple(r.seconds, r.peak, r.latency, r.signature);
+    };
     for (const auto& c : cases) EXPECT_EQ(fields(measure(c.buffers)), fields(c.expected)) << c.name;
 }
 
@@ -90,8 +107,9 @@ std::vector<float> readBack(const std::filesystem::path& file, SF_INFO* format =
 bool isOpenInThisProcess(const std::filesystem::path& file) {
     const auto target = std::filesystem::weakly_canonical(file);
     std::error_code ignored;
-    return std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/fd"),
-                               [&](const auto& fd) { return std::filesystem::read_symlink(fd, ignored) == target; });
+    return std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/fd"), [&](const auto& fd) {
+        return std::filesystem::read_symlink(fd, ignored) == target;
+    });
 }
 
 // Delivers its script from within write(), the way a stream that ended before the wait does.
@@ -107,10 +125,12 @@ struct ScriptedRenderer : AudioRenderer {
 
 TEST(HarnessTest, StreamEndsBeforeOrWhileTheResultIsAwaited) {
     const auto expectHalfScale = [](const RenderResult& r) {
-        EXPECT_EQ(std::tuple(r.seconds, r.peak, r.latency >= 0, r.signature), std::tuple(0.01, 0.5f, true, 16384ul));
+        EXPECT_EQ(std::tuple(r.seconds, r.peak, r.latency >= 0, r.signature),
+                  std::tuple(0.01, 0.5f, true, 16384ul));
     };
     const auto before = BufferCollector::create();
-    for (const auto& buffer : {pcm({0.5f}), endMarker, pcm({0.75f, 0.75f}, 1, 50)}) before->callback()(buffer);
+    for (const auto& buffer : {pcm({0.5f}), endMarker, pcm({0.75f, 0.75f}, 1, 50)})
+        before->callback()(buffer);
     expectHalfScale(before->result(1h));  // the buffer after the end marker is not counted
 
     const auto during = BufferCollector::create();
@@ -174,7 +194,8 @@ TEST(HarnessTest, RenderPassesTheSettingsAndNeverWritesRefusedSsml) {
     ScriptedRenderer renderer({pcm({0.0f, 0.5f}), endMarker});
     SelfTest::render(renderer, "Mac OS X", "com.example.voice", 0.25f, 1.4f, temp / "a.caf");
     const auto settings = [&last = renderer.last] {
-        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.rate, last.pitchMultiplier);
+        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.rate,
+                          last.pitchMultiplier);
     };
     EXPECT_EQ(settings(), std::tuple("Mac OS X"s, false, "com.example.voice"s, 0.25f, 1.4f));
     EXPECT_EQ(readBack(temp / "a.caf"), (std::vector<float>{0.0f, 0.5f}));

@@ -28,7 +28,10 @@ ProviderTiming lastTiming(const std::string& busName) {
 
 void addVoice(const std::string& busName, const std::string& name, const std::string& identifier,
               const std::string& format, const std::vector<std::string>& languages) {
-    control(busName)->callMethod("AddVoice").onInterface(controlInterface).withArguments(name, identifier, format, languages);
+    control(busName)
+        ->callMethod("AddVoice")
+        .onInterface(controlInterface)
+        .withArguments(name, identifier, format, languages);
 }
 
 }  // namespace velmora::test

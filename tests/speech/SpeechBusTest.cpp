@@ -40,7 +40,9 @@ struct Render {
     bool ended = false;       // an empty buffer came
     int buffersAfterEnd = 0;  // anything after the first empty buffer
 
-    std::size_t frames() const { return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0; }
+    std::size_t frames() const {
+        return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0;
+    }
     void add(const PcmBuffer& buffer) {
         if (ended) ++buffersAfterEnd;
         ended = ended || buffer.frameCount() == 0;
@@ -53,7 +55,8 @@ struct Render {
 
 std::shared_ptr<Watched<Render>> startRender(AudioRenderer& renderer, const Utterance& utterance) {
     auto watch = std::make_shared<Watched<Render>>();
-    renderer.write(utterance, [watch](const PcmBuffer& buffer) { watch->change([&](Render& r) { r.add(buffer); }); });
+    renderer.write(utterance,
+                   [watch](const PcmBuffer& buffer) { watch->change([&](Render& r) { r.add(buffer); }); });
     return watch;
 }
 
@@ -84,8 +87,12 @@ class SpeechBusTest : public testing::Test, public SynthesizerDelegate {
 protected:
     SpeechBusTest() { synthesizer.setDelegate(this); }
     ~SpeechBusTest() override { synthesizer.setDelegate(nullptr); }
-    void didFinish(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("finish:" + u.text); }); }
-    void didCancel(const Utterance& u) override { calls.change([&](Calls& all) { all.push_back("cancel:" + u.text); }); }
+    void didFinish(const Utterance& u) override {
+        calls.change([&](Calls& all) { all.push_back("finish:" + u.text); });
+    }
+    void didCancel(const Utterance& u) override {
+        calls.change([&](Calls& all) { all.push_back("cancel:" + u.text); });
+    }
     Calls waitForCalls(std::size_t count, std::chrono::milliseconds limit = 20s) {
         return calls.waitUntil([count](const Calls& all) { return all.size() >= count; }, limit);
     }
@@ -99,10 +106,12 @@ protected:
 TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
     std::vector<SpeechVoice> expected;
     for (const char* set : {"chimes", "tones"}) {  // provider by provider, in bus name order
-        for (const auto& v : test::testVoices(set)) expected.push_back({v.identifier, v.name, v.languages.front()});
+        for (const auto& v : test::testVoices(set))
+            expected.push_back({v.identifier, v.name, v.languages.front()});
     }
     EXPECT_EQ(system->voices(), expected);
-    test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000", {"ja-JP"});
+    test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000",
+                   {"ja-JP"});
     EXPECT_EQ(system->voices(), expected);
     system->updateSpeechVoices();
     expected.insert(expected.begin() + 2, {"org.example.Late", "Late", "ja-JP"});
@@ -115,27 +124,38 @@ TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
         std::size_t frames;
         int channels;
         double rate;
-    } cases[] = {{raw16, 2345, 1, 22050}, {raw32, 40001, 2, 16000}, {framed16, 1501, 2, 22050}, {framed32, 7, 1, 44100}};
+    } cases[] = {{raw16, 2345, 1, 22050},
+                 {raw32, 40001, 2, 16000},
+                 {framed16, 1501, 2, 22050},
+                 {framed32, 7, 1, 44100}};
     for (const auto& c : cases) {
-        const auto rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
+        const auto rendered =
+            render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
         std::vector<float> tone;
         for (std::size_t frame = 0; frame < c.frames; ++frame) {
-            for (int channel = 0; channel < c.channels; ++channel) tone.push_back(test::toneSample(frame, channel));
+            for (int channel = 0; channel < c.channels; ++channel)
+                tone.push_back(test::toneSample(frame, channel));
         }
         EXPECT_EQ(rendered.samples, tone) << c.voice;
-        EXPECT_EQ(std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
-                  std::tuple(c.channels, c.rate, true, 0)) << c.voice;
+        EXPECT_EQ(
+            std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
+            std::tuple(c.channels, c.rate, true, 0))
+            << c.voice;
     }
 }
 
 TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlItself) {
-    const Utterance ssml{.text = "<speak>Hi</speak>", .isSsml = true, .voiceIdentifier = framed16, .rate = 0.75f,
+    const Utterance ssml{.text = "<speak>Hi</speak>",
+                         .isSsml = true,
+                         .voiceIdentifier = framed16,
+                         .rate = 0.75f,
                          .pitchMultiplier = 1.4f};
     EXPECT_EQ(render(synthesizer, ssml).frames(), 1000u);  // the provider's length when the text names none
     const test::ProviderRequest request{"<speak>Hi</speak>", framed16, double{1.4f}, 2.0, true, "fr-FR"};
     EXPECT_EQ(test::lastRequest(test::tonesProvider), request);
 
-    const Render refused = render(synthesizer, {.text = "<speak>tone 20", .isSsml = true, .voiceIdentifier = raw16});
+    const Render refused =
+        render(synthesizer, {.text = "<speak>tone 20", .isSsml = true, .voiceIdentifier = raw16});
     EXPECT_EQ(std::tuple(refused.ended, refused.frames()), std::tuple(true, 0u));
     EXPECT_EQ(test::lastRequest(test::tonesProvider), request);
 }
@@ -146,13 +166,14 @@ TEST_F(SpeechBusTest, AFailingProviderCostsAPartialRenderAndTheEndBuffer) {
         std::string text, voice;
         std::size_t frames;
     } cases[] = {
-        {"die 3000", raw16, 3000},    {"die 1500", framed32, 1500},  {"stall 1000", raw16, 1000},
-        {"stall 600", framed16, 600}, {"garbage 700", raw16, 700},   {"garbage 700", framed32, 700},
-        {"silent 500", raw32, 500},   {"refuse", raw16, 0},          {"tone 100", "org.example.Missing", 0},
+        {"die 3000", raw16, 3000},    {"die 1500", framed32, 1500}, {"stall 1000", raw16, 1000},
+        {"stall 600", framed16, 600}, {"garbage 700", raw16, 700},  {"garbage 700", framed32, 700},
+        {"silent 500", raw32, 500},   {"refuse", raw16, 0},         {"tone 100", "org.example.Missing", 0},
     };
     for (const auto& c : cases) {
         const Render rendered = render(synthesizer, {.text = c.text, .voiceIdentifier = c.voice});
-        EXPECT_EQ(std::tuple(rendered.ended, rendered.frames(), rendered.buffersAfterEnd), std::tuple(true, c.frames, 0))
+        EXPECT_EQ(std::tuple(rendered.ended, rendered.frames(), rendered.buffersAfterEnd),
+                  std::tuple(true, c.frames, 0))
             << c.text << " with " << c.voice;
     }
     // The provider that died is started again for the next utterance.
@@ -178,7 +199,7 @@ TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCa
     synthesizer.speak({.text = "tone 5", .voiceIdentifier = "org.example.Missing"});
     synthesizer.speak({.text = "tone 441", .voiceIdentifier = framed32});
     EXPECT_EQ(waitForCalls(6), (Calls{"finish:tone 2205", "cancel:<speak>", "cancel:refuse", "cancel:die 300",
-                                          "cancel:tone 5", "finish:tone 441"}));
+                                      "cancel:tone 5", "finish:tone 441"}));
     EXPECT_EQ(*played, 2205u + 300u + 441u);
 }
 

@@ -7,6 +7,9 @@
 //   "garbage N" replies, writes N frames and then bytes that are not audio
 //   "refuse"    replies with an error and writes nothing
 // Anything else is spoken as "tone 1000". Usage: velmora-test-provider BUS-NAME VOICE-SET
+#include <sdbus-c++/sdbus-c++.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -15,9 +18,6 @@
 #include <sstream>
 #include <string_view>
 #include <thread>
-
-#include <sdbus-c++/sdbus-c++.h>
-#include <unistd.h>
 
 #include "speech/ProviderControl.h"
 #include "speech/SpielBus.h"
@@ -28,13 +28,15 @@ namespace velmora::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using VoiceRecord = sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
+using VoiceRecord =
+    sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
 constexpr std::size_t framesPerBlock = 500;
 constexpr std::size_t pacedFramesPerBlock = 220;          // 10 ms at 22050 Hz
 constexpr std::chrono::microseconds pacedBlockWork{500};  // 20 times real time
 
 std::uint64_t micros(Clock::time_point start) {
-    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
 }
 
 template <typename T>
@@ -44,7 +46,8 @@ void append(std::string& bytes, T value) {
 
 class ToneWriter {
 public:
-    ToneWriter(sdbus::UnixFd fd, StreamFormat format, bool paced) : fd_(std::move(fd)), format_(format), paced_(paced) {}
+    ToneWriter(sdbus::UnixFd fd, StreamFormat format, bool paced)
+        : fd_(std::move(fd)), format_(format), paced_(paced) {}
 
     // Writes frames [0, count) and notes when the first audio went out.
     void tone(std::size_t count, Clock::time_point start, ProviderTiming& timing) {
@@ -75,7 +78,8 @@ private:
         }
         if (!format_.framed) return audio;
         std::string chunks = "\x02\x01";
-        for (std::size_t field : {first, first + 1, std::size_t{1}}) append(chunks, static_cast<std::uint32_t>(field));
+        for (std::size_t field : {first, first + 1, std::size_t{1}})
+            append(chunks, static_cast<std::uint32_t>(field));
         chunks += "w\x01";
         append(chunks, static_cast<std::uint32_t>(audio.size()));
         return chunks + audio;
@@ -99,17 +103,21 @@ private:
 class TestProvider {
 public:
     TestProvider(sdbus::IConnection& connection, const std::string& busName, std::vector<TestVoice> voices)
-        : object_(sdbus::createObject(connection, SpielBus::objectPath(busName))), voices_(std::move(voices)) {
+        : object_(sdbus::createObject(connection, SpielBus::objectPath(busName))),
+          voices_(std::move(voices)) {
         const char* provider = SpielBus::providerInterface;
         object_->registerProperty("Voices").onInterface(provider).withGetter([this] {
             std::lock_guard lock(mutex_);
             std::vector<VoiceRecord> records;
-            for (const auto& v : voices_) records.emplace_back(v.name, v.identifier, v.format, 0, v.languages);
+            for (const auto& v : voices_)
+                records.emplace_back(v.name, v.identifier, v.format, 0, v.languages);
             return records;
         });
-        object_->registerMethod("Synthesize").onInterface(provider).implementedAs(
-            [this](sdbus::Result<>&& result, sdbus::UnixFd fd, std::string text, std::string voiceId, double pitch,
-                   double rate, bool isSsml, std::string language) {
+        object_->registerMethod("Synthesize")
+            .onInterface(provider)
+            .implementedAs([this](sdbus::Result<>&& result, sdbus::UnixFd fd, std::string text,
+                                  std::string voiceId, double pitch, double rate, bool isSsml,
+                                  std::string language) {
                 {
                     std::lock_guard lock(mutex_);
                     lastRequest_ = {text, voiceId, pitch, rate, isSsml, language};
@@ -128,10 +136,13 @@ public:
             std::lock_guard lock(mutex_);
             return sdbus::Struct<std::uint64_t, std::uint64_t>(timing_.firstAudioMicros, timing_.totalMicros);
         });
-        object_->registerMethod("AddVoice").onInterface(controlInterface).implementedAs(
-            [this](std::string name, std::string identifier, std::string format, std::vector<std::string> languages) {
+        object_->registerMethod("AddVoice")
+            .onInterface(controlInterface)
+            .implementedAs([this](std::string name, std::string identifier, std::string format,
+                                  std::vector<std::string> languages) {
                 std::lock_guard lock(mutex_);
-                voices_.push_back({std::move(name), std::move(identifier), std::move(format), std::move(languages)});
+                voices_.push_back(
+                    {std::move(name), std::move(identifier), std::move(format), std::move(languages)});
             });
         object_->finishRegistration();
     }
@@ -143,7 +154,8 @@ private:
         const std::optional<TestVoice> voice = find(voiceId);
         const auto format = voice ? StreamFormat::parse(voice->format) : std::nullopt;
         if (!format || verb == "refuse") {
-            result.returnError(sdbus::Error("org.freedesktop.Speech.Provider.Error.Refused", "The test provider refuses."));
+            result.returnError(
+                sdbus::Error("org.freedesktop.Speech.Provider.Error.Refused", "The test provider refuses."));
             return;
         }
         ToneWriter writer(std::move(fd), *format, voice->paced);

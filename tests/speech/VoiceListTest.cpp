@@ -20,7 +20,10 @@ TEST(VoiceListTest, SortsByNameNumericallyIgnoringCaseKeepingEqualNamesInOrder) 
         const char* locale;
     } cases[] = {
         {"digits by value", {"Tom 10", "Tom 9", "Tom 100"}, {"Tom 9", "Tom 10", "Tom 100"}, "en_US"},
-        {"case ignored, stable", {"Bea", "ANNA", "alex", "anna", "Anna"}, {"alex", "ANNA", "anna", "Anna", "Bea"}, "en_US"},
+        {"case ignored, stable",
+         {"Bea", "ANNA", "alex", "anna", "Anna"},
+         {"alex", "ANNA", "anna", "Anna", "Bea"},
+         "en_US"},
         {"locale's alphabet, English", {"Zara", "Örjan", "Olle"}, {"Olle", "Örjan", "Zara"}, "en_US"},
         {"locale's alphabet, Swedish", {"Zara", "Örjan", "Olle"}, {"Olle", "Zara", "Örjan"}, "sv_SE"},
     };
@@ -33,10 +36,14 @@ TEST(VoiceListTest, SortsByNameNumericallyIgnoringCaseKeepingEqualNamesInOrder) 
 
 TEST(VoiceListTest, KeepsMarkedVoicesAndGroupsThemByReleaseInListOrder) {
     const std::vector<SpeechVoice> all{
-        {m + "ios7.en-US.A", "A", "en-US"},      {m + "ios3.en-US.B", "B", "en-US"},
-        {"x." + m + "ios7.de-DE.C", "C", "de-DE"}, {m + "xios4.en-US.D", "D", "en-US"},
-        {m + "ios4.en-US.E", "E", "en-US"},      {"org.example.ios5.F", "F", "en-US"},
-        {"com.tarvenholt.velmora.voice.ios6.G", "G", "en-US"}, {m + "Loose", "Loose", "en-US"},
+        {m + "ios7.en-US.A", "A", "en-US"},
+        {m + "ios3.en-US.B", "B", "en-US"},
+        {"x." + m + "ios7.de-DE.C", "C", "de-DE"},
+        {m + "xios4.en-US.D", "D", "en-US"},
+        {m + "ios4.en-US.E", "E", "en-US"},
+        {"org.example.ios5.F", "F", "en-US"},
+        {"com.tarvenholt.velmora.voice.ios6.G", "G", "en-US"},
+        {m + "Loose", "Loose", "en-US"},
     };
     EXPECT_EQ(names(VoiceList::marked(all)), (std::vector<std::string>{"A", "B", "C", "D", "E", "Loose"}));
     // Grouping looks for ".ios5." alone; the marker filter is a step of its own.

@@ -24,34 +24,54 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
         std::vector<std::string> arguments;
         std::string bus, out, err;
     } cases[] = {
-        {{"voices"}, "",
-         "iPhone OS 3 \u2014 1 voice\n  Chime 10\tit-IT\t" + m + "ios3.it-IT.Chime10\n"
-         "iOS 4 \u2014 1 voice\n  Raw 16\ten-US\t" + m + "ios4.en-US.Raw16\n"
-         "iOS 5 \u2014 1 voice\n  raw 32\tde-DE\t" + m + "ios5.de-DE.Raw32\n"
-         "iOS 6 \u2014 1 voice\n  Framed 16\tfr-FR\t" + m + "ios6.fr-FR.Framed16\n"
-         "iOS 7 \u2014 2 voices\n  Framed 32\ten-GB\t" + m + "ios7.en-GB.Framed32\n"
-         "  Paced\ten-AU\t" + m + "ios7.en-AU.Paced\n",
+        {{"voices"},
+         "",
+         "iPhone OS 3 \u2014 1 voice\n  Chime 10\tit-IT\t" + m +
+             "ios3.it-IT.Chime10\n"
+             "iOS 4 \u2014 1 voice\n  Raw 16\ten-US\t" +
+             m +
+             "ios4.en-US.Raw16\n"
+             "iOS 5 \u2014 1 voice\n  raw 32\tde-DE\t" +
+             m +
+             "ios5.de-DE.Raw32\n"
+             "iOS 6 \u2014 1 voice\n  Framed 16\tfr-FR\t" +
+             m +
+             "ios6.fr-FR.Framed16\n"
+             "iOS 7 \u2014 2 voices\n  Framed 32\ten-GB\t" +
+             m +
+             "ios7.en-GB.Framed32\n"
+             "  Paced\ten-AU\t" +
+             m + "ios7.en-AU.Paced\n",
          ""},
         {{"voices"}, "unix:path=/nonexistent/velmora-bus", "Voices not registered yet\n", ""},
         {{"speak", "--voice", raw16, "--rate", "0.7", "tone 2205"}, "", "", ""},
         {{"speak", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
-        {{"speak", "Hello"}, "unix:path=/nonexistent/velmora-bus", "", "velmora-cli: No speech provider offers any voice.\n"},
-        {{"speak", "--voice", raw16, "refuse"}, "", "",
+        {{"speak", "Hello"},
+         "unix:path=/nonexistent/velmora-bus",
+         "",
+         "velmora-cli: No speech provider offers any voice.\n"},
+        {{"speak", "--voice", raw16, "refuse"},
+         "",
+         "",
          "velmora-cli: The voice's provider did not speak the whole text.\n"},
-        {{"speak", "--rate", "1.5", "Hello"}, "", "",
+        {{"speak", "--rate", "1.5", "Hello"},
+         "",
+         "",
          "velmora-cli: The rate must be between 0 and 1 (0.5 is normal speed).\n"},
         {{"render", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
     };
     for (const auto& c : cases) {
         const test::ProcessResult result = cli(c.arguments, c.bus);
-        EXPECT_EQ(std::tuple(result.exitStatus, result.out, result.err), std::tuple(c.err.empty() ? 0 : 1, c.out, c.err))
+        EXPECT_EQ(std::tuple(result.exitStatus, result.out, result.err),
+                  std::tuple(c.err.empty() ? 0 : 1, c.out, c.err))
             << c.arguments.front() << " " << c.arguments.back();
     }
 }
 
 TEST(VoicesCommandTest, RendersAndMeasuresOneUtterance) {
     test::TempDir dir;
-    const test::ProcessResult first = cli({"render", "--voice", raw16, "--dump", (dir / "a.caf").string(), "tone 2205"});
+    const test::ProcessResult first =
+        cli({"render", "--voice", raw16, "--dump", (dir / "a.caf").string(), "tone 2205"});
     EXPECT_EQ(first.exitStatus, 0) << first.err;
     EXPECT_TRUE(first.out.starts_with("seconds: 0.100\npeak: 0.0305\nlatency: ")) << first.out;
     EXPECT_GT(std::filesystem::file_size(dir / "a.caf"), 2205u * 4);

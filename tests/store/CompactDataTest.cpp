@@ -11,7 +11,8 @@ const VoiceRelease ios7 = VoiceRelease::all()[4];
 
 TEST_F(StoreTest, CompactDirectoryFollowsTheReleaseDirectory) {
     EXPECT_EQ(VoiceStore::resourceFolder(), StoreWorld::compactResources());
-    EXPECT_EQ(VoiceStore::compactDirectory(ios4, "en-US"), StoreWorld::compactResources() / "TTSResources/en-US");
+    EXPECT_EQ(VoiceStore::compactDirectory(ios4, "en-US"),
+              StoreWorld::compactResources() / "TTSResources/en-US");
     EXPECT_EQ(VoiceStore::compactDirectory(ios5, "en-US"),
               StoreWorld::compactResources() / "ios5/TTSResources/en-US");
     EXPECT_EQ(VoiceStore::compactDirectory(ios6, "en-US"), std::nullopt);

@@ -14,7 +14,8 @@ using test::writeFile;
 
 std::string entitlementsWith(const std::string& value) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>"
-           "<key>com.apple.security.application-groups</key>" + value + "</dict></plist>";
+           "<key>com.apple.security.application-groups</key>" +
+           value + "</dict></plist>";
 }
 
 TEST(EntitlementsTest, OnlyAListOfStringsGrantsGroups) {
@@ -27,8 +28,12 @@ TEST(EntitlementsTest, OnlyAListOfStringsGrantsGroups) {
         {"list", entitlementsWith("<array><string>G1</string><string>G2</string></array>"), {"G1", "G2"}},
         {"empty list", entitlementsWith("<array/>"), {}},
         {"a string", entitlementsWith("<string>G1</string>"), {}},
-        {"a list with a number", entitlementsWith("<array><string>G1</string><integer>2</integer></array>"), {}},
-        {"other key", "<plist version=\"1.0\"><dict><key>x</key><array><string>G</string></array></dict></plist>", {}},
+        {"a list with a number",
+         entitlementsWith("<array><string>G1</string><integer>2</integer></array>"),
+         {}},
+        {"other key",
+         "<plist version=\"1.0\"><dict><key>x</key><array><string>G</string></array></dict></plist>",
+         {}},
         {"root is a list", "<plist version=\"1.0\"><array><string>G</string></array></plist>", {}},
         {"damaged", entitlementsWith("<array><string>G1</string>"), {}},
         {"not a property list", "hello", {}},
@@ -114,7 +119,8 @@ TEST(ContainerResolutionTest, RootComesFromTheEnvironmentElseXdgDataHome) {
 
 TEST(ContainerStoreTest, TheProcessContainerIsReadyAndVoicesIsCreatedOnlyOnRequest) {
     EXPECT_EQ(VoiceStore::groupIdentifiers(), std::vector<std::string>{"group.test.velmora"});
-    EXPECT_EQ(VoiceStore::containerStatus(), ContainerStatus(ContainerStatus::Ready{test::StoreWorld::container()}));
+    EXPECT_EQ(VoiceStore::containerStatus(),
+              ContainerStatus(ContainerStatus::Ready{test::StoreWorld::container()}));
     fs::remove_all(test::StoreWorld::voices());
     EXPECT_EQ(VoiceStore::root(false), test::StoreWorld::voices());
     EXPECT_FALSE(fs::exists(test::StoreWorld::voices()));

@@ -42,8 +42,8 @@ TEST_F(StoreTest, InstalledListsReadablePacksByReleaseThenLocale) {
     fs::create_directories(StoreWorld::voices() / "ios9/en-US");
     writeFile(StoreWorld::voices() / "ios9/en-US/broker.hdr", brokerHeader("Unknown"));
 
-    EXPECT_EQ(listed(), (std::vector<std::string>{"ios3/en-GB Daniel", "ios5/de-DE Anna", "ios5/en-US Samantha",
-                                                   "ios5/fr-FR Thomas"}));
+    EXPECT_EQ(listed(), (std::vector<std::string>{"ios3/en-GB Daniel", "ios5/de-DE Anna",
+                                                  "ios5/en-US Samantha", "ios5/fr-FR Thomas"}));
     EXPECT_TRUE(VoiceStore::isInstalled(release("ios6"), "en-US")) << "a header is enough";
     EXPECT_FALSE(VoiceStore::isInstalled(release("ios6"), "es-ES"));
     EXPECT_FALSE(VoiceStore::isInstalled(release("ios7"), "en-US"));

@@ -21,7 +21,9 @@ TEST(BrokerTagTest, FindsTheFirstClosedElement) {
         {"<Voice>Samantha</Voice>", std::nullopt},
         {"<voice>Anna</voice><voice>Petra</voice>", "Anna"},
         {"", std::nullopt},
-        {"<voice>\xC2\xA0" "Am\xC3\xA9lie\xC2\x85</voice>", "Am\xC3\xA9lie"},
+        {"<voice>\xC2\xA0"
+         "Am\xC3\xA9lie\xC2\x85</voice>",
+         "Am\xC3\xA9lie"},
     };
     for (const auto& c : cases) EXPECT_EQ(VoiceStore::brokerTag("voice", c.text), c.expected) << c.text;
     EXPECT_EQ(VoiceStore::brokerTag("rate", "<voice>A</voice><rate> 22050 </rate>"), "22050");
@@ -45,10 +47,10 @@ TEST(ContainerStatusTest, ExplainsEveryCaseInItsOwnWords) {
 
 TEST(ByteCountTest, FormatsFileSizesInDecimalUnits) {
     const std::pair<std::int64_t, const char*> cases[] = {
-        {0, "Zero KB"},           {1, "1 byte"},           {532, "532 bytes"},      {999, "999 bytes"},
-        {1000, "1 KB"},           {1499, "1 KB"},          {1500, "2 KB"},          {999499, "999 KB"},
-        {999500, "1 MB"},         {12345678, "12.3 MB"},   {1000000, "1 MB"},       {1250000000, "1.25 GB"},
-        {1200000000, "1.2 GB"},   {999950000, "1 GB"},     {-532, "-532 bytes"},    {3000000000000, "3 TB"},
+        {0, "Zero KB"},         {1, "1 byte"},         {532, "532 bytes"},   {999, "999 bytes"},
+        {1000, "1 KB"},         {1499, "1 KB"},        {1500, "2 KB"},       {999499, "999 KB"},
+        {999500, "1 MB"},       {12345678, "12.3 MB"}, {1000000, "1 MB"},    {1250000000, "1.25 GB"},
+        {1200000000, "1.2 GB"}, {999950000, "1 GB"},   {-532, "-532 bytes"}, {3000000000000, "3 TB"},
     };
     for (const auto& [bytes, text] : cases) EXPECT_EQ(formatByteCount(bytes), text) << bytes;
 }

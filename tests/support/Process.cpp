@@ -50,7 +50,8 @@ ProcessResult runProcess(const std::filesystem::path& program, const std::vector
                          const std::map<std::string, std::string>& environment) {
     int outPipe[2];
     int errPipe[2];
-    if (::pipe2(outPipe, O_CLOEXEC) != 0 || ::pipe2(errPipe, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+    if (::pipe2(outPipe, O_CLOEXEC) != 0 || ::pipe2(errPipe, O_CLOEXEC) != 0)
+        throw std::runtime_error("pipe");
     const pid_t child = ::fork();
     if (child < 0) throw std::runtime_error("fork");
     if (child == 0) {

@@ -61,31 +61,35 @@ TEST(ZipDamaged, EachArchiveGivesItsNamesOrItsMessage) {
         {"total larger than the records", patched(good.bytes, good.end + endTotal, 4, 2), damaged},
         {"40 bytes after the offset", patched(good.bytes, good.end + endOffset, good.end - 18), damaged},
         {"wrong central signature", central(good, 2, 3, 1), damaged},
-        {"truncated central directory", good.bytes.substr(0, good.directory + 60) + good.bytes.substr(good.end),
-         damaged},
+        {"truncated central directory",
+         good.bytes.substr(0, good.directory + 60) + good.bytes.substr(good.end), damaged},
         {"name running past the end", central(good, centralNameLength, 0x7FFF, 2), damaged},
         {"ill-formed UTF-8",
-         handZip({{"caf\xE9", ""}, {"\xF0\x9F\x98.a\xC0\xAF", ""}, {"\xED\xA0\x80", ""}, {"d\xC3\xA9/", ""}}).bytes,
+         handZip({{"caf\xE9", ""}, {"\xF0\x9F\x98.a\xC0\xAF", ""}, {"\xED\xA0\x80", ""}, {"d\xC3\xA9/", ""}})
+             .bytes,
          "caf\uFFFD;\uFFFD.a\uFFFD\uFFFD;\uFFFD\uFFFD\uFFFD;d\u00E9/;"},
         {"zip64 end records", zip64, "The archive uses zip64 extensions, which is not supported."},
         {"zip64 entry size", central(good, centralUncompressed, 0xFFFFFFFF),
          "The archive uses zip64 extensions, which is not supported."},
-        {"encrypted", central(good, centralFlags, 1, 2), "The archive uses encryption, which is not supported."},
+        {"encrypted", central(good, centralFlags, 1, 2),
+         "The archive uses encryption, which is not supported."},
         {"second disk", patched(good.bytes, good.end + endDisk, 0x00010001),
          "The archive uses multiple disks, which is not supported."},
         {"offset at no local header", noHeader, header},
         {"offset far outside", central(letters, centralLocalOffset, 0xFFFFFFFE), header},
         {"body one byte past the end", central(letters, centralCompressed, letters.bytes.size() - 34), body},
-        {"local extra one byte too long", patched(letters.bytes, localExtraLength, letters.bytes.size() - 42, 2),
-         body},
+        {"local extra one byte too long",
+         patched(letters.bytes, localExtraLength, letters.bytes.size() - 42, 2), body},
         {"flipped stored byte", flipped(letters.bytes), checksum},
         {"flipped byte in stored blocks", flipped(handZip({{"f.dat", "abcdefgh", 0}}).bytes), checksum},
         {"unknown method", central(letters, centralMethod, 12, 2), "The archive uses compression method 12."},
         {"length before checksum", flipped(central(letters, centralUncompressed, 9)),
          "The archive is damaged (f.dat is 8 bytes, expected 9)."},
-        {"decompression bomb stopped at the first step over its size", central(bomb, centralUncompressed, 1000),
+        {"decompression bomb stopped at the first step over its size",
+         central(bomb, centralUncompressed, 1000),
          "The archive is damaged (bomb.dat is 4194304 bytes, expected 1000)."},
-        {"deflated body cut after a step's output", central(bomb, centralCompressed, (bomb.directory - 38) / 2),
+        {"deflated body cut after a step's output",
+         central(bomb, centralCompressed, (bomb.directory - 38) / 2),
          "The archive is damaged (decompressor made no progress)."},
     };
     TempDir dir;
@@ -101,9 +105,11 @@ TEST(ZipDamaged, EachArchiveGivesItsNamesOrItsMessage) {
 // A thousand damaged copies of a good archive: every one must end in a result or in a reported
 // failure, never in a crash, a read outside the buffer or a write outside the folder.
 TEST(ZipDamaged, RandomDamageFailsCleanly) {
-    const std::string good = handZip({{"broker.hdr.asset", brokerHeader("Tom")}, {"data/", ""},
+    const std::string good = handZip({{"broker.hdr.asset", brokerHeader("Tom")},
+                                      {"data/", ""},
                                       {"data/units.dat", patterned(3000, 11), 6},
-                                      {"data/fixed.dat", std::string(500, 'a') + "tail", 1}}).bytes;
+                                      {"data/fixed.dat", std::string(500, 'a') + "tail", 1}})
+                                 .bytes;
     TempDir dir;
     std::mt19937 random(20261122);
     int unpacked = 0;

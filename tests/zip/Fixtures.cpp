@@ -1,7 +1,8 @@
 #include "zip/Fixtures.h"
 
-#include <random>
 #include <zlib.h>
+
+#include <random>
 
 namespace velmora::test {
 namespace {
@@ -20,7 +21,8 @@ std::string little(std::initializer_list<std::pair<std::size_t, int>> fields) {
 std::string patterned(std::size_t size, unsigned seed) {
     std::mt19937 random(seed);
     std::string text(size, '\0');
-    for (auto& c : text) c = static_cast<char>(random() % 3 == 0 ? random() : "voice unit pitch "[random() % 17]);
+    for (auto& c : text)
+        c = static_cast<char>(random() % 3 == 0 ? random() : "voice unit pitch "[random() % 17]);
     return text;
 }
 
@@ -40,8 +42,15 @@ HandZip handZip(const std::vector<HandEntry>& entries) {
         const auto crc = crc32(0, reinterpret_cast<const Bytef*>(e.content.data()), e.content.size());
         // Alike in both headers: version needed, flags, method, time and date, CRC-32, sizes, name
         // and extra field lengths.
-        const std::string fields = little({{20, 2}, {0, 2}, {e.level < 0 ? 0U : 8U, 2}, {0, 4}, {crc, 4},
-                                           {data.size(), 4}, {e.content.size(), 4}, {e.name.size(), 2}, {0, 2}});
+        const std::string fields = little({{20, 2},
+                                           {0, 2},
+                                           {e.level < 0 ? 0U : 8U, 2},
+                                           {0, 4},
+                                           {crc, 4},
+                                           {data.size(), 4},
+                                           {e.content.size(), 4},
+                                           {e.name.size(), 2},
+                                           {0, 2}});
         // Signature, version made by, the fields, comment length, disk, attributes, local header offset.
         central += little({{0x02014B50, 4}, {20, 2}}) + fields + std::string(10, '\0') +
                    little({{zip.bytes.size(), 4}}) + e.name;
@@ -50,8 +59,13 @@ HandZip handZip(const std::vector<HandEntry>& entries) {
     zip.directory = zip.bytes.size();
     zip.end = zip.directory + central.size();
     // Signature, disks, records on this disk and in all, directory size and offset, comment length.
-    zip.bytes += central + little({{0x06054B50, 4}, {0, 4}, {entries.size(), 2}, {entries.size(), 2},
-                                   {central.size(), 4}, {zip.directory, 4}, {0, 2}});
+    zip.bytes += central + little({{0x06054B50, 4},
+                                   {0, 4},
+                                   {entries.size(), 2},
+                                   {entries.size(), 2},
+                                   {central.size(), 4},
+                                   {zip.directory, 4},
+                                   {0, 2}});
     return zip;
 }
 

@@ -31,8 +31,16 @@ HandZip handZip(const std::vector<HandEntry>& entries);
 
 // Offsets of little-endian fields in a central record, a local header and the end record.
 enum Field : std::size_t {
-    centralFlags = 8, centralMethod = 10, centralCompressed = 20, centralUncompressed = 24, centralNameLength = 28,
-    centralLocalOffset = 42, localExtraLength = 28, endDisk = 4, endTotal = 10, endOffset = 16,
+    centralFlags = 8,
+    centralMethod = 10,
+    centralCompressed = 20,
+    centralUncompressed = 24,
+    centralNameLength = 28,
+    centralLocalOffset = 42,
+    localExtraLength = 28,
+    endDisk = 4,
+    endTotal = 10,
+    endOffset = 16,
 };
 // `bytes` with the `width`-byte field at `at` set to `value`.
 std::string patched(std::string bytes, std::size_t at, std::uint32_t value, int width = 4);

@@ -1,6 +1,5 @@
 // Unpacking whole archives made by real writers, and refusing hostile ones before writing.
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <map>
@@ -33,7 +32,8 @@ with zipfile.ZipFile(sys.stdout.buffer if sys.argv[1] == "-" else sys.argv[1], "
 
 // Runs `script` in $3 with $1 the archive and $2 the Python writer.
 void runWriter(const std::string& script, const fs::path& archive, const fs::path& folder) {
-    const auto result = runProcess("/bin/sh", {"-c", "cd \"$3\" && " + script, "sh", archive, pythonWriter, folder});
+    const auto result =
+        runProcess("/bin/sh", {"-c", "cd \"$3\" && " + script, "sh", archive, pythonWriter, folder});
     ASSERT_EQ(result.exitStatus, 0) << result.err;
 }
 
@@ -49,10 +49,14 @@ std::map<std::string, std::string> unpacked(const fs::path& archive, const fs::p
 TEST(ZipUnpack, UnpacksWhatRealWritersWrite) {
     // Nested folders, empty files, and sizes around one decoder step.
     const std::map<std::string, std::string> files = {
-        {"a/b/c/deep.txt", "deep"}, {"broker.hdr.asset", brokerHeader("Samantha")},
-        {"data/empty-stored.dat", ""}, {"data/empty.dat", ""},
-        {"data/stored-above.raw", patterned(step + 1, 4)}, {"data/units/above.dat", patterned(step + 1, 3)},
-        {"data/units/below.dat", patterned(step - 1, 1)}, {"data/units/stored-at.dat", patterned(step, 2)},
+        {"a/b/c/deep.txt", "deep"},
+        {"broker.hdr.asset", brokerHeader("Samantha")},
+        {"data/empty-stored.dat", ""},
+        {"data/empty.dat", ""},
+        {"data/stored-above.raw", patterned(step + 1, 4)},
+        {"data/units/above.dat", patterned(step + 1, 3)},
+        {"data/units/below.dat", patterned(step - 1, 1)},
+        {"data/units/stored-at.dat", patterned(step, 2)},
     };
     TempDir dir;
     for (const auto& [name, data] : files) writeFile(dir / "source" / name, data);
@@ -88,8 +92,8 @@ TEST(ZipUnpack, StopsAtTheFirstFailureAndKeepsWhatItWrote) {
 
 TEST(ZipUnpack, NeverWritesOutsideTheDestination) {
     TempDir dir;
-    for (const auto& name : {"/tmp/velmora-absolute.txt"s, "../escape.txt"s, "a/../../escape.txt"s, "a/.."s, ".."s,
-                             "../up/"s, ""s, "a/."s, "nul\0byte.txt"s}) {
+    for (const auto& name : {"/tmp/velmora-absolute.txt"s, "../escape.txt"s, "a/../../escape.txt"s, "a/.."s,
+                             ".."s, "../up/"s, ""s, "a/."s, "nul\0byte.txt"s}) {
         SCOPED_TRACE(name);
         const auto zip = handZip({{"fine.txt", "fine"}, {name, "hostile"}});
         try {
@@ -123,11 +127,13 @@ TEST(ZipUnpack, CommandLineListsTheFilesWritten) {
     TempDir dir;
     const auto voice = handZip({{"voice.hdr", "header"}, {"a/", ""}, {"a/b/c/deep.txt", "deep", 6}});
     writeFile(dir / "voice.zip", voice.bytes);
-    const auto good = runProcess(VELMORA_CLI, {"unzip", (dir / "voice.zip").string(), (dir / "out").string()});
+    const auto good =
+        runProcess(VELMORA_CLI, {"unzip", (dir / "voice.zip").string(), (dir / "out").string()});
     EXPECT_EQ(good.exitStatus, 0) << good.err;
     EXPECT_EQ(good.out, "voice.hdr\na/b/c/deep.txt\n");
 
-    const auto bad = runProcess(VELMORA_CLI, {"unzip", (dir / "out" / "voice.hdr").string(), (dir / "out2").string()});
+    const auto bad =
+        runProcess(VELMORA_CLI, {"unzip", (dir / "out" / "voice.hdr").string(), (dir / "out2").string()});
     EXPECT_EQ(bad.exitStatus, 1);
     EXPECT_EQ(bad.err, "velmora-cli: The download is not a zip archive.\n");
     EXPECT_EQ(bad.out, "");
