@@ -39,7 +39,13 @@ SelfTestServices SelfTestServices::system() {
     return {
         .print = standardOutputLines(),
         .updateSpeechVoices = [] { SpeechSystem::shared()->updateSpeechVoices(); },
-        .speechVoices = [] { return SpeechSystem::shared()->voices(); },
+        // Read afresh at each look, so that providers that register late fill the list in.
+        .speechVoices =
+            [] {
+                const auto system = SpeechSystem::shared();
+                system->updateSpeechVoices();
+                return system->voices();
+            },
         .makeSynthesizer = [] { return std::make_unique<HarnessRenderer>(SpeechSystem::shared()); },
         .pause = [](std::chrono::duration<double> duration) { std::this_thread::sleep_for(duration); },
         .temporaryDirectory = userTemporaryDirectory(),

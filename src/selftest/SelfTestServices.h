@@ -30,7 +30,7 @@ struct SelfTestServices {
     LineSink print;
     // Asks the speech providers to list their voices afresh.
     std::function<void()> updateSpeechVoices;
-    // Every voice the system offers, in the system's order.
+    // Every voice the system offers now, in the system's order.
     std::function<std::vector<SpeechVoice>()> speechVoices;
     // A fresh synthesizer for the renders of one run.
     std::function<std::unique_ptr<SelfTestRenderer>()> makeSynthesizer;
