@@ -33,6 +33,7 @@ void undoThenResignal(int signal) {
 void installHandlers() {
     struct sigaction action {};
     action.sa_handler = undoThenResignal;
+    action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (int signal : endingSignals) sigaddset(&action.sa_mask, signal);
     for (std::size_t i = 0; i < endingSignals.size(); ++i) {

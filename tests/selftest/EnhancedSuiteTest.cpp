@@ -166,10 +166,6 @@ TEST_F(EnhancedSuiteTest, FailuresThatEndTheRun) {
          {"-enhanced-voice", "ios6/fr-FR"},
          nullptr,
          "ENHANCED FAIL catalog held no voices"},
-        {"an empty catalog",
-         {},
-         [](EnhancedFake& f) { f.catalog.clear(); },
-         "ENHANCED FAIL catalog held no voices"},
         {"install fails",
          {"-enhanced-voice", "ios5/en-US"},
          [](EnhancedFake& f) {
