@@ -76,8 +76,15 @@ bool PackUnderTest::setAside() {
     return false;
 }
 
+// The signal handler may run on another thread at the same time. Both put the pack back with the
+// same single rename, so whichever comes second finds nothing to move and nothing is lost; the
+// place is cleared first only when something else has taken it, which the handler leaves alone.
 void PackUnderTest::putBack() {
-    if (isAside_.exchange(false)) EnhancedSelfTest::restore(aside_, pack_);
+    if (!isAside_.load()) return;
+    std::error_code error;
+    std::filesystem::rename(aside_, pack_, error);
+    if (error && std::filesystem::exists(aside_, error)) EnhancedSelfTest::restore(aside_, pack_);
+    isAside_.store(false);
 }
 
 void PackUnderTest::makeHeaderUnreadable() {
@@ -88,12 +95,14 @@ void PackUnderTest::makeHeaderUnreadable() {
 }
 
 void PackUnderTest::restoreHeader() {
-    if (isHeaderLocked_.exchange(false)) ::chmod(header_.c_str(), headerMode_.load());
+    if (!isHeaderLocked_.load()) return;
+    ::chmod(header_.c_str(), headerMode_.load());
+    isHeaderLocked_.store(false);
 }
 
 void PackUnderTest::undoInSignalHandler() {
-    if (isAside_.exchange(false)) ::rename(aside_.c_str(), pack_.c_str());
-    if (isHeaderLocked_.exchange(false)) ::chmod(header_.c_str(), headerMode_.load());
+    if (isAside_.load()) ::rename(aside_.c_str(), pack_.c_str());
+    if (isHeaderLocked_.load()) ::chmod(header_.c_str(), headerMode_.load());
 }
 
 }  // namespace velmora

@@ -26,7 +26,8 @@ public:
     void makeHeaderUnreadable();
     void restoreHeader();
 
-    // Undoes what is still changed with async-signal-safe calls only.
+    // Undoes what is still changed, with async-signal-safe calls only; safe beside a putBack() or
+    // restoreHeader() running on another thread.
     void undoInSignalHandler();
 
 private:

@@ -136,9 +136,15 @@ TEST_F(EnhancedCommandTest, AnInterruptDuringTheRendersPutsThePackBack) {
         {"header unreadable", [&] { return permissions(pack / "broker.hdr") == 0; }},
     };
     for (const auto& [moment, holds] : moments) {
-        EXPECT_EQ(interruptAt({"selftest", "--enhanced", "--voice", "ios7/en-US"}, holds), SIGINT) << moment;
-        EXPECT_EQ(permissions(pack / "broker.hdr"), 0644u) << moment;
-        EXPECT_FALSE(anythingAside(pack.parent_path())) << moment;
+        // A moment lasts a render, a few milliseconds; on a busy machine it can pass unseen, and
+        // the run, ending normally, is tried again.
+        int endedBy = 0;
+        for (int attempt = 0; attempt < 10 && endedBy != SIGINT; ++attempt) {
+            endedBy = interruptAt({"selftest", "--enhanced", "--voice", "ios7/en-US"}, holds);
+            EXPECT_EQ(permissions(pack / "broker.hdr"), 0644u) << moment;
+            EXPECT_FALSE(anythingAside(pack.parent_path())) << moment;
+        }
+        EXPECT_EQ(endedBy, SIGINT) << moment;
     }
 }
 
