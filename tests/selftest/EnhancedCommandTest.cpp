@@ -37,21 +37,19 @@ protected:
                           {"_Measurement", dataValue(sha1Of(archive))}}));
         }
         writeFile(files_ / "catalog.xml", catalogXml(assets));
+        ::setenv("VELMORA_CATALOG_URL", server_.url("/catalog.xml").c_str(), 1);
     }
     ~EnhancedCommandTest() override { fs::remove_all(busWorld() / "app-groups"); }
 
     std::vector<std::string> run(const std::vector<std::string>& options) const {
         std::vector<std::string> arguments{"selftest", "--enhanced"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        const auto result = runProcess(VELMORA_CLI, arguments, environment());
+        const auto result = runProcess(VELMORA_CLI, arguments);
         std::cout << result.out;  // the run's own report, for whoever reads the test log
         EXPECT_EQ(result.exitStatus, 0) << result.err;
         const auto printed = lines(result.out);
         for (const auto& line : printed) EXPECT_FALSE(saysFail(line)) << line;
         return printed;
-    }
-    std::map<std::string, std::string> environment() const {
-        return {{"VELMORA_CATALOG_URL", server_.url("/catalog.xml")}};
     }
     // The container's voice folder, as the run's first line names it.
     static fs::path voicesOf(const std::vector<std::string>& printed) {
@@ -130,7 +128,6 @@ int interruptAt(const std::vector<std::string>& arguments, const std::function<b
 TEST_F(EnhancedCommandTest, AnInterruptDuringTheRendersPutsThePackBack) {
     const auto installed = run({"--voice", "ios7/en-US"});
     const fs::path pack = voicesOf(installed) / "ios7/en-US";
-    ::setenv("VELMORA_CATALOG_URL", server_.url("/catalog.xml").c_str(), 1);
     const std::pair<const char*, std::function<bool()>> moments[] = {
         {"pack set aside", [&] { return fs::exists(pack.string() + ".aside"); }},
         {"header unreadable", [&] { return permissions(pack / "broker.hdr") == 0; }},
