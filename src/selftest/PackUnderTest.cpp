@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cerrno>
 
 #include "selftest/EnhancedSelfTest.h"
 #include "store/VoiceStore.h"
@@ -23,11 +24,13 @@ std::array<bool, endingSignals.size()> handled{};
 // the previous disposition is reinstated and the signal raised again, to be delivered as soon as
 // this handler returns.
 void undoThenResignal(int signal) {
+    const int interruptedErrno = errno;
     if (PackUnderTest* pack = active.load()) pack->undoInSignalHandler();
     for (std::size_t i = 0; i < endingSignals.size(); ++i) {
         if (endingSignals[i] == signal) ::sigaction(signal, &previousActions[i], nullptr);
     }
     ::raise(signal);
+    errno = interruptedErrno;
 }
 
 void installHandlers() {
