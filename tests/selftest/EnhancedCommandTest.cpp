@@ -90,6 +90,21 @@ TEST_F(EnhancedCommandTest, TheWholeSuitePassesForAnIos5AndAnIos7VoiceAndBothRem
     EXPECT_EQ(all.back(), "ENHANCED PASS delete all: removed 1 packs, none left");
 }
 
+TEST_F(EnhancedCommandTest, WithoutAContainerTheRunIsOneFailLine) {
+    writeFile(files_ / "none.entitlements", "<plist version=\"1.0\"><dict></dict></plist>");
+    const auto result = runProcess(VELMORA_CLI, {"selftest", "--enhanced"},
+                                   {{"VELMORA_ENTITLEMENTS", (files_ / "none.entitlements").string()}});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(
+        result.out,
+        "ENHANCED FAIL no shared container: This copy of the app was signed without the App Group "
+        "entitlement, so the app and the voice extension have no folder in common and downloaded voices "
+        "cannot reach the speech system. Re-signing tools drop that entitlement when the signing account "
+        "cannot create App Groups. Install a build signed by an account that can, and the downloads will "
+        "work.\n");
+    EXPECT_EQ(result.err, "velmora-cli: 1 line of the self test says FAIL.\n");
+}
+
 // Starts velmora-cli with `arguments`, sends it SIGINT the moment `moment` holds, and returns how
 // it ended: the signal that ended it, or 0 when it exited before the moment came.
 int interruptAt(const std::vector<std::string>& arguments, const std::function<bool()>& moment) {
