@@ -15,7 +15,7 @@ namespace velmora {
 // of the extension speaks and runs timing and pronunciation diagnostics on its reference voice.
 struct SelfTest {
     // Runs the whole suite with the real services and prints its lines on standard output.
-    // Blocks for the length of the run (a minute or two); call it on a worker thread.
+    // Blocks for the length of the run, which renders every voice once; call it on a worker thread.
     static void run();
     // The same with the given services.
     static void run(const SelfTestServices& services);
