@@ -153,7 +153,7 @@ std::string EspeakEngine::languageFor(std::string_view locale) {
     return "en";
 }
 
-bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::string& language,
+bool EspeakEngine::synthesize(const std::string& ssml, const std::string& language,
                               const VoiceParameters& voice, EngineListener& listener) {
     auto file = availableLanguages().find(language);
     if (file == availableLanguages().end() ||
@@ -166,9 +166,9 @@ bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::str
     espeak_SetParameter(espeakWORDGAP, voice.wordGap, 0);
 
     SynthesisContext context{&listener};
-    const unsigned flags = espeakCHARS_UTF8 | (ssml ? espeakSSML : 0u);
+    const unsigned flags = espeakCHARS_UTF8 | espeakSSML;
     const espeak_ng_STATUS status =
-        espeak_ng_Synthesize(text.c_str(), text.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
+        espeak_ng_Synthesize(ssml.c_str(), ssml.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
     return status == ENS_OK && !context.stopped;
 }
 

@@ -42,11 +42,11 @@ public:
     // "zh-HK" -> "yue"), or "en" when none does.
     static std::string languageFor(std::string_view locale);
 
-    // Speaks `text` (SSML when `ssml`, as espeak-ng reads it) and hands samples and events to
-    // `listener`. True when espeak-ng finished the utterance; false when it refused it or the
-    // listener stopped it.
-    static bool synthesize(const std::string& text, bool ssml, const std::string& language,
-                           const VoiceParameters& voice, EngineListener& listener);
+    // Speaks the SSML `ssml` (as espeak-ng reads it) and hands samples and events to `listener`.
+    // True when espeak-ng finished the utterance; false when it refused it or the listener
+    // stopped it.
+    static bool synthesize(const std::string& ssml, const std::string& language, const VoiceParameters& voice,
+                           EngineListener& listener);
 };
 
 }  // namespace velmora::provider

@@ -71,16 +71,16 @@ bool speakInto(int fd, const SynthesizeCall& call) {
     try {
         const SpeechData data = SpeechData::forUtterance(call.voice, call.pitch);
         const SourceMappedText text(call.text);
-        const SourceMappedText spoken =
-            call.ssml ? ssmlForEspeak(data.rules.applyToSsml(text)) : data.rules.applyToText(text);
+        const SourceMappedText spoken = call.ssml ? ssmlForEspeak(data.rules.applyToSsml(text))
+                                                  : plainTextAsSsml(data.rules.applyToText(text));
         const VoiceParameters voice =
             VoiceParameters::derive(data.fingerprint, data.gender, call.rate, call.pitch);
         PipeWriter pipe(fd);
         FramedStreamWriter stream(pipe);
         StreamListener listener(stream, spoken, call.text);
         return stream.header() &&
-               EspeakEngine::synthesize(spoken.text(), call.ssml, EspeakEngine::languageFor(call.language),
-                                        voice, listener);
+               EspeakEngine::synthesize(spoken.text(), EspeakEngine::languageFor(call.language), voice,
+                                        listener);
     } catch (const std::exception&) {
         // Unreadable compact data or no memory: the stream ends without audio.
         return false;
