@@ -82,6 +82,7 @@ PronunciationRules PronunciationRules::followedBy(const PronunciationRules& late
 SourceMappedText PronunciationRules::applyRules(const SourceMappedText& text) const {
     SourceMappedText current = text;
     for (const auto& rule : rules_) {
+        if (current.text().find(rule.written) == std::string::npos) continue;
         SourceMappedText next = replaceAll(current, rule);
         if (next.text().size() > maximumTextSize) break;
         current = std::move(next);

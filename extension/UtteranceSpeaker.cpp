@@ -1,6 +1,8 @@
 #include "UtteranceSpeaker.h"
 
+#include <algorithm>
 #include <exception>
+#include <vector>
 
 #include "EspeakEngine.h"
 #include "FramedStreamWriter.h"
@@ -14,18 +16,22 @@ namespace {
 
 bool startsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 
-// The byte at which the character numbered `character` starts (the size when there is none).
-std::size_t byteOfCharacter(std::string_view text, std::size_t character) {
+// The byte at which each character of `text` starts, then its size.
+std::vector<std::size_t> characterStarts(std::string_view text) {
+    std::vector<std::size_t> starts;
     for (std::size_t at = 0; at < text.size(); ++at) {
-        if (startsCharacter(text[at]) && character-- == 0) return at;
+        if (startsCharacter(text[at])) starts.push_back(at);
     }
-    return text.size();
+    starts.push_back(text.size());
+    return starts;
 }
 
-std::uint32_t charactersBefore(std::string_view text, std::size_t byte) {
-    std::uint32_t count = 0;
-    for (std::size_t at = 0; at < byte && at < text.size(); ++at) count += startsCharacter(text[at]) ? 1 : 0;
-    return count;
+// For each byte offset of `text` (and its end), how many characters start before it.
+std::vector<std::uint32_t> charactersBefore(std::string_view text) {
+    std::vector<std::uint32_t> counts(text.size() + 1, 0);
+    for (std::size_t at = 0; at < text.size(); ++at)
+        counts[at + 1] = counts[at] + (startsCharacter(text[at]) ? 1 : 0);
+    return counts;
 }
 
 FramedStreamWriter::EventType streamEventType(EngineEvent::Kind kind) {
@@ -45,24 +51,30 @@ FramedStreamWriter::EventType streamEventType(EngineEvent::Kind kind) {
 class StreamListener : public EngineListener {
 public:
     StreamListener(FramedStreamWriter& stream, const SourceMappedText& spoken, std::string_view clientText)
-        : stream_(stream), spoken_(spoken), clientText_(clientText) {}
+        : stream_(stream),
+          spoken_(spoken),
+          engineCharacters_(characterStarts(spoken.text())),
+          clientCharactersBefore_(charactersBefore(clientText)) {}
 
     bool samples(std::span<const std::int16_t> samples) override { return stream_.audio(samples); }
 
     bool event(const EngineEvent& event) override {
-        const std::string& engineText = spoken_.text();
-        const std::size_t begin = byteOfCharacter(engineText, event.textPosition);
-        const std::size_t end =
-            event.length > 0 ? byteOfCharacter(engineText, event.textPosition + event.length) : begin;
+        const std::size_t begin = engineByte(event.textPosition);
+        const std::size_t end = event.length > 0 ? engineByte(event.textPosition + event.length) : begin;
         const auto origin = spoken_.origin(begin, end);
-        return stream_.event(streamEventType(event.kind), charactersBefore(clientText_, origin.begin),
-                             charactersBefore(clientText_, origin.end), event.name);
+        return stream_.event(streamEventType(event.kind), clientCharactersBefore_[origin.begin],
+                             clientCharactersBefore_[origin.end], event.name);
     }
 
 private:
+    std::size_t engineByte(std::size_t character) const {
+        return engineCharacters_[std::min(character, engineCharacters_.size() - 1)];
+    }
+
     FramedStreamWriter& stream_;
     const SourceMappedText& spoken_;
-    std::string_view clientText_;
+    std::vector<std::size_t> engineCharacters_;
+    std::vector<std::uint32_t> clientCharactersBefore_;
 };
 
 }  // namespace
