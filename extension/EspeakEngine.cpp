@@ -2,10 +2,13 @@
 
 #include <espeak-ng/espeak_ng.h>
 #include <espeak-ng/speak_lib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cerrno>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -170,6 +173,18 @@ bool EspeakEngine::synthesize(const std::string& ssml, const std::string& langua
     const espeak_ng_STATUS status =
         espeak_ng_Synthesize(ssml.c_str(), ssml.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
     return status == ENS_OK && !context.stopped;
+}
+
+bool EspeakEngine::synthesizeAlone(const std::string& ssml, const std::string& language,
+                                   const VoiceParameters& voice, EngineListener& listener) {
+    const pid_t child = ::fork();
+    if (child < 0) return false;
+    if (child == 0) ::_exit(synthesize(ssml, language, voice, listener) ? 0 : 1);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return false;
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace velmora::provider

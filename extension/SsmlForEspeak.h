@@ -4,14 +4,12 @@
 
 namespace velmora::provider {
 
-// SSML rewritten where espeak-ng would read it otherwise than the markup means:
-//  - a time with a fraction of a second, such as time="1.5s", which espeak-ng reads as its whole
-//    part in milliseconds (1 ms), is written in milliseconds: time="1500ms";
-//  - the start tag of a sentence (<s>, without attributes) goes: espeak-ng ends a clause there
-//    as well as at the sentence's end, which doubles the pause between sentences (0.46 s
-//    against 0.23 s after a full stop in text);
+// The SSML of one phrase rewritten where espeak-ng would read it otherwise than it means:
 //  - a voice element that selects nothing (no attribute but an empty name) gives way to its
-//    content: espeak-ng would start a new clause and reset the voice's settings at it.
+//    content: espeak-ng would start a new clause and reset the voice's settings at it;
+//  - characters to be spelled (say-as interpret-as="characters") become those characters
+//    with a blank between them, as plain text would give them: espeak-ng starts a new clause
+//    at say-as, with a pause before the first character.
 SourceMappedText ssmlForEspeak(const SourceMappedText& ssml);
 
 // Plain text as the SSML that says it, so that plain text and SSML end alike: espeak-ng closes
