@@ -49,8 +49,8 @@ public:
                            EngineListener& listener);
     // The same in a process of its own, forked from this one and waited for, so that nothing of
     // the utterance stays in this process's engine: each call speaks as the first would.
-    static bool synthesizeAlone(const std::string& ssml, const std::string& language, const VoiceParameters& voice,
-                                EngineListener& listener);
+    static bool synthesizeAlone(const std::string& ssml, const std::string& language,
+                                const VoiceParameters& voice, EngineListener& listener);
 };
 
 }  // namespace velmora::provider

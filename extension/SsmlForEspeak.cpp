@@ -25,7 +25,8 @@ bool startsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC
 
 // Writes the characters of `text` bytes [begin, end) into `result` with a blank between two of
 // them; an entity ("&amp;") counts as one character.
-void appendSpelled(SourceMappedText& result, const SourceMappedText& text, std::size_t begin, std::size_t end) {
+void appendSpelled(SourceMappedText& result, const SourceMappedText& text, std::size_t begin,
+                   std::size_t end) {
     const std::string& bytes = text.text();
     bool first = true;
     for (std::size_t at = begin; at < end;) {
@@ -43,7 +44,8 @@ void appendSpelled(SourceMappedText& result, const SourceMappedText& text, std::
 
 class EspeakRewriter {
 public:
-    explicit EspeakRewriter(const SourceMappedText& ssml) : ssml_(ssml), result_(SourceMappedText::rewriteOf(ssml)) {}
+    explicit EspeakRewriter(const SourceMappedText& ssml)
+        : ssml_(ssml), result_(SourceMappedText::rewriteOf(ssml)) {}
 
     SourceMappedText run() {
         const std::string& text = ssml_.text();

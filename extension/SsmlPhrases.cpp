@@ -1,6 +1,7 @@
 #include "SsmlPhrases.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -27,7 +28,8 @@ std::string_view trimmed(std::string_view text) {
 // "1.5s", "250ms", "0.0ms" in seconds; absent when it is none of these.
 std::optional<double> timeInSeconds(std::string_view value) {
     const std::string text(trimmed(value));
-    if (text.empty() || (!std::isdigit(static_cast<unsigned char>(text[0])) && text[0] != '.')) return std::nullopt;
+    if (text.empty() || (!std::isdigit(static_cast<unsigned char>(text[0])) && text[0] != '.'))
+        return std::nullopt;
     char* numberEnd = nullptr;
     const double number = std::strtod(text.c_str(), &numberEnd);
     const std::string_view unit = trimmed(std::string_view(numberEnd));
@@ -42,7 +44,8 @@ std::optional<double> breakSeconds(const SsmlTag& tag) {
     }
     const auto strength = ssmlAttribute(tag.inside, "strength");
     if (strength == "none") return std::nullopt;
-    const auto named = std::ranges::find(breakStrengths, strength.value_or(""), &std::pair<std::string_view, double>::first);
+    const auto named =
+        std::ranges::find(breakStrengths, strength.value_or(""), &std::pair<std::string_view, double>::first);
     return named != std::end(breakStrengths) ? named->second : mediumBreakSeconds;
 }
 
@@ -53,7 +56,11 @@ bool isSentenceOrParagraph(std::string_view name) { return name == "s" || name =
 class PhraseSplitter {
 public:
     explicit PhraseSplitter(const SourceMappedText& ssml)
-        : ssml_(ssml), body_(SourceMappedText::rewriteOf(ssml)), prefix_(body_), marks_(body_), carried_(body_) {}
+        : ssml_(ssml),
+          body_(SourceMappedText::rewriteOf(ssml)),
+          prefix_(body_),
+          marks_(body_),
+          carried_(body_) {}
 
     SsmlPhrases run() {
         const std::string& text = ssml_.text();
@@ -92,7 +99,8 @@ private:
         if (isSentenceOrParagraph(tag.name)) return addSentenceTag(tag);
         body_.copy(ssml_, tag.begin, tag.end - tag.begin);
         if (tag.name == "mark") marks_.copy(ssml_, tag.begin, tag.end - tag.begin);
-        if (tag.kind == Kind::start) open_.push_back({std::string(tag.name), ssml_.slice(tag.begin, tag.end - tag.begin)});
+        if (tag.kind == Kind::start)
+            open_.push_back({std::string(tag.name), ssml_.slice(tag.begin, tag.end - tag.begin)});
         if (tag.kind == Kind::end) close(tag.name);
     }
 

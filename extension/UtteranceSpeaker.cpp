@@ -16,9 +16,9 @@
 namespace velmora::provider {
 namespace {
 
-// The pause that ends every phrase spoken alone (the engine's clause-final pause, about
-// 0.28 s): a break between two phrases takes its place rather than adding to it, so a break
-// adds its time less this.
+// The pause between two phrases: every phrase spoken alone ends with the engine's clause-final
+// pause (0.29 to 0.33 s of near silence after the last sound). A break between two phrases
+// takes the place of that pause rather than adding to it, so it adds its time less this.
 constexpr double phraseGapSeconds = 0.28;
 
 std::size_t samplesFor(double seconds) {
@@ -33,7 +33,8 @@ std::size_t breakSamples(std::optional<double> seconds, bool afterPhrase) {
 
 SsmlPhrases phrasesOf(const SynthesizeCall& call, const SpeechData& data) {
     const SourceMappedText text(call.text);
-    return splitIntoPhrases(call.ssml ? data.rules.applyToSsml(text) : plainTextAsSsml(data.rules.applyToText(text)));
+    return splitIntoPhrases(call.ssml ? data.rules.applyToSsml(text)
+                                      : plainTextAsSsml(data.rules.applyToText(text)));
 }
 
 }  // namespace

@@ -257,6 +257,14 @@ TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
           {Type::word, 7, 12, ""},
           {Type::mark, 32, 32, "here"},
           {Type::word, 32, 37, ""}}},
+        // Spoken as two phrases, the second within the same sentence.
+        {"<speak>Hello<break time=\"1s\"/>world <mark name=\"m\"/>again</speak>",
+         true,
+         {{Type::sentence, 7, 7, ""},
+          {Type::word, 7, 12, ""},
+          {Type::word, 30, 35, ""},
+          {Type::mark, 52, 52, "m"},
+          {Type::word, 52, 57, ""}}},
     };
     for (const auto& c : cases) {
         const Spoken spoken = speakWithEvents(c.text, voiceId("ios4", "en-US"), 1.0, 1.0, c.ssml);

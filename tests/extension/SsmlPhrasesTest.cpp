@@ -16,7 +16,8 @@ struct Phrase {
     bool operator==(const Phrase&) const = default;
 };
 
-Phrase phrase(const char* ssml, std::optional<double> breakBefore = std::nullopt, bool continuesSentence = false) {
+Phrase phrase(const char* ssml, std::optional<double> breakBefore = std::nullopt,
+              bool continuesSentence = false) {
     return {ssml, breakBefore, continuesSentence};
 }
 
@@ -47,7 +48,10 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
          "strength=\"weak\"/>B</speak>",
          {phrase("<speak>A</speak>"), phrase("<speak>B</speak>", 0.25 + 0.8 + 0.14, true)},
          {}},
-        {"strength none cuts nothing", "<speak>A<break strength=\"none\"/>B</speak>", {phrase("<speak>AB</speak>")}, {}},
+        {"strength none cuts nothing",
+         "<speak>A<break strength=\"none\"/>B</speak>",
+         {phrase("<speak>AB</speak>")},
+         {}},
         {"stretches without text make no phrase but keep their marks",
          "<speak><s>A</s> <s><mark name=\"m\"/><break time=\"0.0ms\"/></s><s>B</s><mark name=\"n\"/><break "
          "time=\"1s\"/></speak>",
