@@ -7,6 +7,7 @@
 
 #include "FakePipeline.h"
 #include "app/EnhancedVoiceManager.h"
+#include "app/ProgressRelay.h"
 #include "app/WorkerThreads.h"
 
 namespace velmora::test {
@@ -79,11 +80,12 @@ class EnhancedVoiceManagerTest : public QObject {
         QTRY_VERIFY(!manager_->isLoading());
         QTRY_COMPARE(workers_->running(), 0u);
     }
-    // Lets the pipeline's call make every report pushed to it, and the GUI thread apply them.
+    // Lets the pipeline's call make every report pushed to it, and the GUI thread apply them
+    // (progress goes over at most once an interval).
     void push(std::size_t call, const std::vector<FakePipeline::Step>& steps) {
         pipeline_->push(call, steps);
         pipeline_->waitUntilTaken(call);
-        QCoreApplication::processEvents();
+        QTest::qWait(3 * ProgressRelay::interval.count());
     }
 
 private slots:

@@ -61,6 +61,7 @@ private slots:
         QCOMPARE(std::get<0>(lastRequest(tonesProvider)), std::string("Hello! My name is Raw 16."));
         speech_->speakVoice(raw16, " ", 0.5);
         QTRY_COMPARE(std::get<0>(lastRequest(tonesProvider)), std::string(" "));
+        QTRY_COMPARE(speech_->speakingVoiceText(), QString());
     }
 
     // A cut-off utterance's cancel arrives after the next one began, and clears the mark too.
