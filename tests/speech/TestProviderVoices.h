@@ -24,12 +24,13 @@ inline const std::string controlInterface = "com.tarvenholt.TestProvider.Control
 inline std::vector<TestVoice> testVoices(const std::string& set) {
     const std::string marker = "com.tarvenholt.Velmora.voice.";
     if (set == "chimes") {
+        // Names that sort differently by code point than by case-blind, numeric-aware collation.
+        const std::string chime = "audio/x-raw,format=S16LE,channels=1,rate=8000";
         return {
-            {"Chime 10",
-             marker + "ios3.it-IT.Chime10",
-             "audio/x-raw,format=S16LE,channels=1,rate=8000",
-             {"it-IT"}},
-            {"chime 9", marker + "extra.Chime9", "audio/x-raw,format=S16LE,channels=1,rate=8000", {"it-IT"}},
+            {"Tom 10", marker + "ios3.it-IT.Tom10", chime, {"it-IT"}},
+            {"alex", marker + "ios3.it-IT.alex", chime, {"it-IT"}},
+            {"Tom 9", marker + "ios3.it-IT.Tom9", chime, {"it-IT"}},
+            {"chime 9", marker + "extra.Chime9", chime, {"it-IT"}},
         };
     }
     return {
