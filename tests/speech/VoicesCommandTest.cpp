@@ -66,6 +66,12 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
          "",
          "velmora-cli: The rate must be between 0 and 1 (0.5 is normal speed).\n"},
         {{"render", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
+        {{"render", "--voice", "org.example.format.S24_32LE", "tone 5"},
+         "",
+         "",
+         "velmora-cli: The voice's audio format \"audio/x-raw,format=S24_32LE,rate=8000\" cannot be read: "
+         "its "
+         "samples are S24_32LE, which this program cannot read.\n"},
     };
     for (const auto& c : cases) {
         const test::ProcessResult result = cli(c.arguments, c.bus);
