@@ -19,7 +19,7 @@
 #include "cli/VoiceIdArgument.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
-#include "enhanced/EnhancedVoiceManager.h"
+#include "enhanced/VoiceInstaller.h"
 #include "store/ByteCount.h"
 #include "store/VoiceId.h"
 #include "store/VoiceStore.h"
@@ -173,8 +173,10 @@ void installOne(const EnhancedVoice& voice, std::stop_token stop) {
         });
     };
     try {
-        const std::int64_t size = EnhancedVoiceManager::download(
-            voice, [&display](double fraction) { display.progress(fraction); }, unpacking, stop);
+        const std::int64_t size =
+            VoiceInstaller(
+                voice, [&display](double fraction) { display.progress(fraction); }, unpacking, stop)
+                .run();
         display.line("installed, " + formatByteCount(size));
     } catch (const std::exception& error) {
         display.interrupt();

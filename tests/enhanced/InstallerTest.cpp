@@ -4,8 +4,9 @@
 #include <regex>
 
 #include "Fixtures.h"
-#include "enhanced/EnhancedVoiceManager.h"
+#include "enhanced/InstallFailure.h"
 #include "enhanced/StagingFolder.h"
+#include "enhanced/VoiceInstaller.h"
 #include "store/VoiceStore.h"
 #include "support/Files.h"
 
@@ -54,7 +55,7 @@ protected:
                 if (stopAt == StopAt::unpacking) stop.request_stop();
                 events.push_back("unpacking");
             };
-            const auto size = EnhancedVoiceManager::download(voice, progress, unpacking, stop.get_token());
+            const auto size = VoiceInstaller(voice, progress, unpacking, stop.get_token()).run();
             events.push_back("installed " + std::to_string(size));
         } catch (const std::exception& error) {
             events.push_back(error.what());

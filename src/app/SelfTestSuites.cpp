@@ -1,0 +1,36 @@
+#include "app/SelfTestSuites.h"
+
+#include <algorithm>
+
+#include "selftest/EnhancedSelfTest.h"
+#include "selftest/SelfTest.h"
+
+namespace velmora {
+namespace {
+
+constexpr const char* speechFlag = "-selftest";
+constexpr const char* enhancedFlag = "-selftest-enhanced";
+
+bool contains(const std::vector<std::string>& arguments, const char* flag) {
+    return std::ranges::find(arguments, flag) != arguments.end();
+}
+
+}  // namespace
+
+SelfTestSuites SelfTestSuites::program() {
+    return {[] { SelfTest::run(); },
+            [](const std::vector<std::string>& arguments) { EnhancedSelfTest::run(arguments); }};
+}
+
+bool wantsSelfTests(const std::vector<std::string>& arguments) {
+    return contains(arguments, speechFlag) || contains(arguments, enhancedFlag);
+}
+
+bool runSelfTests(const SelfTestSuites& suites, const std::vector<std::string>& arguments) {
+    if (!wantsSelfTests(arguments)) return false;
+    if (contains(arguments, speechFlag) && suites.speech) suites.speech();
+    if (contains(arguments, enhancedFlag) && suites.enhanced) suites.enhanced(arguments);
+    return true;
+}
+
+}  // namespace velmora
