@@ -16,7 +16,7 @@
 #include "cli/VoiceIdArgument.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
-#include "enhanced/EnhancedVoiceManager.h"
+#include "enhanced/VoiceInstaller.h"
 #include "store/ByteCount.h"
 #include "store/VoiceId.h"
 #include "store/VoiceStore.h"
@@ -160,9 +160,10 @@ std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, 
 void installOne(const EnhancedVoice& voice, std::stop_token stop) {
     InstallDisplay display(voice.id());
     try {
-        const std::int64_t size = EnhancedVoiceManager::download(
-            voice, [&display](double fraction) { display.progress(fraction); },
-            [&display] { display.line("unpacking"); }, stop);
+        const std::int64_t size = VoiceInstaller(
+                                      voice, [&display](double fraction) { display.progress(fraction); },
+                                      [&display] { display.line("unpacking"); }, stop)
+                                      .run();
         display.line("installed, " + formatByteCount(size));
     } catch (const std::exception& error) {
         display.interrupt();

@@ -6,6 +6,8 @@
 
 #include "cli/CommandError.h"
 #include "cli/Commands.h"
+#include "presenters/MainWindowTexts.h"
+#include "presenters/SectionHeader.h"
 #include "speech/SpeechSystem.h"
 #include "speech/Synthesizer.h"
 #include "speech/VoiceList.h"
@@ -35,10 +37,9 @@ void printVoices(bool asJson) {
         std::cout << groupsJson(groups).dump(2) << '\n';
         return;
     }
-    if (voices.empty()) std::cout << "Voices not registered yet\n";
+    if (voices.empty()) std::cout << MainWindowTexts::emptyTitle << '\n';
     for (const auto& group : groups) {
-        const std::size_t count = group.voices.size();
-        std::cout << group.release << " \u2014 " << count << (count == 1 ? " voice\n" : " voices\n");
+        std::cout << sectionHeader(group.release, group.voices.size()) << '\n';
         for (const auto& voice : group.voices) {
             std::cout << "  " << voice.name << '\t' << voice.language << '\t' << voice.identifier << '\n';
         }

@@ -4,8 +4,9 @@
 #include <regex>
 
 #include "Fixtures.h"
-#include "enhanced/EnhancedVoiceManager.h"
+#include "enhanced/InstallFailure.h"
 #include "enhanced/StagingFolder.h"
+#include "enhanced/VoiceInstaller.h"
 #include "store/VoiceStore.h"
 #include "support/Files.h"
 
@@ -50,7 +51,7 @@ protected:
         };
         try {
             const auto unpacking = [&] { events.push_back("unpacking"); };
-            const auto size = EnhancedVoiceManager::download(voice, progress, unpacking, stop.get_token());
+            const auto size = VoiceInstaller(voice, progress, unpacking, stop.get_token()).run();
             events.push_back("installed " + std::to_string(size));
         } catch (const std::exception& error) {
             events.push_back(error.what());

@@ -4,7 +4,8 @@
 
 #include <cstdlib>
 
-#include "enhanced/EnhancedVoiceManager.h"
+#include "enhanced/InstallFailure.h"
+#include "enhanced/VoiceInstaller.h"
 #include "support/Entitlement.h"
 #include "support/Files.h"
 
@@ -16,8 +17,9 @@ TEST(EnhancedNoContainerTest, InstallFailsWithTheContainersExplanationOfTheMomen
     const velmora::EnhancedVoice voice{
         *velmora::VoiceRelease::named("ios6"), "en-US", 0, 0, "http://127.0.0.1:9/", {}, ""};
     try {
-        velmora::EnhancedVoiceManager::download(
-            voice, [](double) {}, [] { ADD_FAILURE() << "unpacking"; });
+        velmora::VoiceInstaller(
+            voice, [](double) {}, [] { ADD_FAILURE() << "unpacking"; }, {})
+            .run();
         ADD_FAILURE() << "installed without a container";
     } catch (const velmora::InstallFailure& failure) {
         EXPECT_TRUE(std::string(failure.what()).starts_with("The app is entitled to G1 but"));

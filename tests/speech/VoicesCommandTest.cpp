@@ -26,15 +26,15 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
     } cases[] = {
         {{"voices"},
          "",
-         "iPhone OS 3 \u2014 1 voice\n  Chime 10\tit-IT\t" + m +
+         "iPhone OS 3 \u2014 1 voices\n  Chime 10\tit-IT\t" + m +
              "ios3.it-IT.Chime10\n"
-             "iOS 4 \u2014 1 voice\n  Raw 16\ten-US\t" +
+             "iOS 4 \u2014 1 voices\n  Raw 16\ten-US\t" +
              m +
              "ios4.en-US.Raw16\n"
-             "iOS 5 \u2014 1 voice\n  raw 32\tde-DE\t" +
+             "iOS 5 \u2014 1 voices\n  raw 32\tde-DE\t" +
              m +
              "ios5.de-DE.Raw32\n"
-             "iOS 6 \u2014 1 voice\n  Framed 16\tfr-FR\t" +
+             "iOS 6 \u2014 1 voices\n  Framed 16\tfr-FR\t" +
              m +
              "ios6.fr-FR.Framed16\n"
              "iOS 7 \u2014 2 voices\n  Framed 32\ten-GB\t" +

@@ -1,0 +1,24 @@
+#include "app/EnhancedServices.h"
+
+#include "app/EnhancedVoiceManager.h"
+#include "enhanced/DisplayOrder.h"
+#include "enhanced/EnhancedVoiceCatalog.h"
+#include "store/VoiceStore.h"
+
+namespace velmora {
+
+EnhancedServices EnhancedServices::real() {
+    EnhancedServices services;
+    services.fetchCatalog = [](std::stop_token stop) { return EnhancedVoiceCatalog::fetch(std::move(stop)); };
+    services.install = &EnhancedVoiceManager::download;
+    services.installedPacks = &VoiceStore::installed;
+    services.removePack = [](const EnhancedVoice& voice) { VoiceStore::remove(voice.release, voice.locale); };
+    services.removeAllPacks = &VoiceStore::removeAll;
+    services.addMissingDictionaries = [] { VoiceStore::addMissingDictionaries(); };
+    services.containerProblem = [] { return VoiceStore::containerStatus().explanation(); };
+    services.voiceName = &velmora::displayName;
+    services.languageName = &velmora::languageName;
+    return services;
+}
+
+}  // namespace velmora

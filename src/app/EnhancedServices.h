@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "enhanced/EnhancedVoice.h"
+#include "store/InstalledVoice.h"
+
+namespace velmora {
+
+// What the enhanced voice manager needs from the rest of the program, handed to its constructor
+// so that tests can put fakes in. real() is the catalog, the install pipeline and the voice store.
+struct EnhancedServices {
+    using Progress = std::function<void(double fraction)>;
+    using Unpacking = std::function<void()>;
+
+    // Worker thread: the catalog's voices in display order; throws with the user's text.
+    std::function<std::vector<EnhancedVoice>(std::stop_token)> fetchCatalog;
+    // Worker thread: downloads, verifies and installs one voice; returns the pack's size.
+    std::function<std::int64_t(const EnhancedVoice&, const Progress&, const Unpacking&, std::stop_token)>
+        install;
+    // The packs in the container, measured.
+    std::function<std::vector<InstalledVoice>()> installedPacks;
+    // Removals; both throw with the user's text.
+    std::function<void(const EnhancedVoice&)> removePack;
+    std::function<void()> removeAllPacks;
+    std::function<void()> addMissingDictionaries;
+    // The container's problem as the user is told it; absent when it is ready.
+    std::function<std::optional<std::string>()> containerProblem;
+    // NAME and LANGUAGE of a voice as the screen shows them.
+    std::function<std::string(const EnhancedVoice&)> voiceName;
+    std::function<std::string(const std::string& locale)> languageName;
+
+    static EnhancedServices real();
+};
+
+}  // namespace velmora

@@ -1,0 +1,33 @@
+#include "app/SelfTestSuites.h"
+
+#include <algorithm>
+
+namespace velmora {
+namespace {
+
+constexpr const char* speechFlag = "-selftest";
+constexpr const char* enhancedFlag = "-selftest-enhanced";
+
+bool contains(const std::vector<std::string>& arguments, const char* flag) {
+    return std::ranges::find(arguments, flag) != arguments.end();
+}
+
+}  // namespace
+
+SelfTestSuites SelfTestSuites::program() {
+    // The suites are connected here: speech = SelfTest::run, enhanced = EnhancedSelfTest::run.
+    return {};
+}
+
+bool wantsSelfTests(const std::vector<std::string>& arguments) {
+    return contains(arguments, speechFlag) || contains(arguments, enhancedFlag);
+}
+
+bool runSelfTests(const SelfTestSuites& suites, const std::vector<std::string>& arguments) {
+    if (!wantsSelfTests(arguments)) return false;
+    if (contains(arguments, speechFlag) && suites.speech) suites.speech();
+    if (contains(arguments, enhancedFlag) && suites.enhanced) suites.enhanced(arguments);
+    return true;
+}
+
+}  // namespace velmora

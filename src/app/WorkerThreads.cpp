@@ -1,0 +1,45 @@
+#include "app/WorkerThreads.h"
+
+#include <QMetaObject>
+
+namespace velmora {
+
+WorkerThreads::WorkerThreads(QObject* parent) : QObject(parent) {}
+
+WorkerThreads::~WorkerThreads() {
+    std::list<Worker> workers;
+    {
+        std::lock_guard lock(mutex_);
+        workers.swap(workers_);
+    }
+    for (auto& worker : workers) worker.thread.request_stop();
+    // The jthreads join as the list goes.
+}
+
+void WorkerThreads::start(std::function<void(std::stop_token)> work) {
+    auto done = std::make_shared<std::atomic<bool>>(false);
+    std::jthread thread([work = std::move(work), done](std::stop_token stop) {
+        work(stop);
+        done->store(true);
+    });
+    std::lock_guard lock(mutex_);
+    reapFinished();
+    workers_.push_back(Worker{std::move(done), std::move(thread)});
+}
+
+void WorkerThreads::post(std::function<void()> job) {
+    ++posted_;
+    QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+}
+
+std::size_t WorkerThreads::running() {
+    std::lock_guard lock(mutex_);
+    reapFinished();
+    return workers_.size();
+}
+
+void WorkerThreads::reapFinished() {
+    workers_.remove_if([](const Worker& worker) { return worker.done->load(); });
+}
+
+}  // namespace velmora

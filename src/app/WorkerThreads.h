@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
+namespace velmora {
+
+// Owns the threads that do the program's long work (installs, catalog reads, voice-list reads)
+// for as long as the process lives, and is the GUI-thread end that their results are posted to.
+// A screen that goes away leaves its work running here; when the owner itself ends, it asks
+// every thread to stop and waits for it, so no thread outlives the state it reports to.
+class WorkerThreads : public QObject {
+    Q_OBJECT
+public:
+    explicit WorkerThreads(QObject* parent = nullptr);
+    ~WorkerThreads() override;
+
+    // Runs `work` on a new thread; its token is stopped when this owner ends.
+    void start(std::function<void(std::stop_token)> work);
+    // Runs `job` on this object's (the GUI) thread, after every job posted before it. Any thread.
+    void post(std::function<void()> job);
+    // Threads whose work has not returned yet.
+    std::size_t running();
+    // Jobs posted so far.
+    std::uint64_t postedJobs() const { return posted_.load(); }
+
+private:
+    struct Worker {
+        std::shared_ptr<std::atomic<bool>> done;
+        std::jthread thread;
+    };
+    void reapFinished();
+
+    std::mutex mutex_;
+    std::list<Worker> workers_;
+    std::atomic<std::uint64_t> posted_{0};
+};
+
+// Holds an object weakly for work on other threads: they may copy the guard freely, but only
+// the object's own thread may look at what it points to.
+template <typename T>
+using GuiGuard = std::shared_ptr<const QPointer<T>>;
+
+template <typename T>
+GuiGuard<T> guardOf(T* object) {
+    return std::make_shared<const QPointer<T>>(object);
+}
+
+}  // namespace velmora
