@@ -14,13 +14,18 @@ Dialog {
     signal confirmed
 
     modal: true
+    // The style's own shade is too faint to tell that the screen behind waits.
+    Overlay.modal: Rectangle {
+        color: "#59000000"
+    }
     anchors.centerIn: Overlay.overlay
     width: Math.min(Overlay.overlay ? Overlay.overlay.width - 2 * Style.padding : 420, 420)
     onOpened: cancelButton.forceActiveFocus(Qt.PopupFocusReason)
 
     Label {
         width: dialog.availableWidth
-        text: dialog.message
+        text: Bidi.isolated(dialog.message)
+        horizontalAlignment: Text.AlignLeft
         wrapMode: Text.Wrap
     }
 
@@ -32,7 +37,8 @@ Dialog {
             Accessible.onPressAction: clicked()
         }
         Button {
-            text: dialog.confirmText
+            text: Bidi.isolated(dialog.confirmText)
+            Accessible.name: dialog.confirmText
             palette.buttonText: Style.destructive
             DialogButtonBox.buttonRole: DialogButtonBox.DestructiveRole
             onClicked: {

@@ -84,16 +84,18 @@ FocusScope {
                     spacing: 2
                     Label {
                         width: parent.width
-                        text: entry.name
+                        text: Bidi.isolated(entry.name)
                         elide: Text.ElideRight
+                        horizontalAlignment: Text.AlignLeft
                         Accessible.ignored: true
                     }
                     Label {
                         width: parent.width
-                        text: entry.detail
+                        text: Bidi.isolated(entry.detail)
                         font.pointSize: Style.captionSize
                         color: Style.secondary
                         elide: Text.ElideRight
+                        horizontalAlignment: Text.AlignLeft
                         Accessible.ignored: true
                     }
                 }

@@ -83,16 +83,18 @@ ListView {
                         spacing: 2
                         Label {
                             width: parent.width
-                            text: entry.shortName
+                            text: Bidi.isolated(entry.shortName)
                             elide: Text.ElideRight
+                            horizontalAlignment: Text.AlignLeft
                             Accessible.ignored: true
                         }
                         Label {
                             width: parent.width
-                            text: entry.languageName
+                            text: Bidi.isolated(entry.languageName)
                             font.pointSize: Style.captionSize
                             color: Style.secondary
                             elide: Text.ElideRight
+                            horizontalAlignment: Text.AlignLeft
                             Accessible.ignored: true
                         }
                     }
