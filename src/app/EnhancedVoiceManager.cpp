@@ -1,8 +1,8 @@
 #include "app/EnhancedVoiceManager.h"
 
 #include <algorithm>
-#include <atomic>
 
+#include "app/ProgressRelay.h"
 #include "app/QtText.h"
 #include "enhanced/Sha1.h"
 #include "enhanced/VoiceInstaller.h"
@@ -20,33 +20,6 @@ std::string textOf(const std::exception_ptr& error) {
         return "The operation failed.";
     }
 }
-
-// Passes a download's progress to the GUI thread with at most one job in flight: the job reads
-// the newest fraction when it runs, so a fast download cannot flood the GUI thread and no
-// fraction is shown after a newer one.
-class ProgressRelay {
-public:
-    using Apply = std::function<void(double)>;
-    ProgressRelay(WorkerThreads& workers, Apply apply) : workers_(workers), apply_(std::move(apply)) {}
-
-    void report(double fraction) {
-        latest_->fraction.store(fraction);
-        if (latest_->posted.exchange(true)) return;
-        workers_.post([latest = latest_, apply = apply_] {
-            latest->posted.store(false);
-            apply(latest->fraction.load());
-        });
-    }
-
-private:
-    struct Latest {
-        std::atomic<double> fraction{0};
-        std::atomic<bool> posted{false};
-    };
-    WorkerThreads& workers_;
-    Apply apply_;
-    std::shared_ptr<Latest> latest_ = std::make_shared<Latest>();
-};
 
 }  // namespace
 
@@ -176,31 +149,34 @@ void EnhancedVoiceManager::install(const EnhancedVoice& voice) {
 }
 
 void EnhancedVoiceManager::startInstall(const EnhancedVoice& voice, VoiceStateTable::Task task) {
-    workers_.start([install = services_.install, voice, task, guard = guard_,
-                    workers = &workers_](std::stop_token shutdown) {
-        const std::string voiceId = voice.id();
-        std::stop_source cancel = task.stop;
-        const std::stop_callback onShutdown(shutdown, [cancel]() mutable { cancel.request_stop(); });
-        ProgressRelay relay(*workers, [guard, voiceId, id = task.id](double fraction) {
-            if (*guard) (*guard)->applyReport(voiceId, id, VoiceState{VoiceState::Downloading{fraction}});
-        });
-        VoiceState outcome;
-        try {
-            const auto unpacking = [&] {
-                workers->post([guard, voiceId, id = task.id] {
-                    if (*guard) (*guard)->applyReport(voiceId, id, VoiceState{VoiceState::Unpacking{}});
-                });
-            };
-            const auto progress = [&relay](double fraction) { relay.report(fraction); };
-            outcome.value = VoiceState::Installed{install(voice, progress, unpacking, cancel.get_token())};
-        } catch (...) {
-            outcome.value = VoiceState::Failed{textOf(std::current_exception())};
-        }
-        // Queued after every report above, so none of them lands after the outcome.
-        workers->post([guard, voiceId, id = task.id, outcome] {
-            if (*guard) (*guard)->applyOutcome(voiceId, id, outcome);
-        });
-    });
+    workers_.start(
+        [install = services_.install, voice, task, guard = guard_,
+         workers = &workers_](std::stop_token shutdown) {
+            const std::string voiceId = voice.id();
+            std::stop_source cancel = task.stop;
+            const std::stop_callback onShutdown(shutdown, [cancel]() mutable { cancel.request_stop(); });
+            ProgressRelay relay(*workers, [guard, voiceId, id = task.id](double fraction) {
+                if (*guard) (*guard)->applyReport(voiceId, id, VoiceState{VoiceState::Downloading{fraction}});
+            });
+            VoiceState outcome;
+            try {
+                const auto unpacking = [&] {
+                    workers->post([guard, voiceId, id = task.id] {
+                        if (*guard) (*guard)->applyReport(voiceId, id, VoiceState{VoiceState::Unpacking{}});
+                    });
+                };
+                const auto progress = [&relay](double fraction) { relay.report(fraction); };
+                outcome.value =
+                    VoiceState::Installed{install(voice, progress, unpacking, cancel.get_token())};
+            } catch (...) {
+                outcome.value = VoiceState::Failed{textOf(std::current_exception())};
+            }
+            // Queued after every report above, so none of them lands after the outcome.
+            workers->post([guard, voiceId, id = task.id, outcome] {
+                if (*guard) (*guard)->applyOutcome(voiceId, id, outcome);
+            });
+        },
+        WorkerThreads::Priority::background);
 }
 
 void EnhancedVoiceManager::applyReport(const std::string& voiceId, VoiceStateTable::TaskId task,

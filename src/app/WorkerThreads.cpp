@@ -1,6 +1,10 @@
 #include "app/WorkerThreads.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <QMetaObject>
+#include <QTimer>
 
 namespace velmora {
 
@@ -16,9 +20,11 @@ WorkerThreads::~WorkerThreads() {
     // The jthreads join as the list goes.
 }
 
-void WorkerThreads::start(std::function<void(std::stop_token)> work) {
+void WorkerThreads::start(std::function<void(std::stop_token)> work, Priority priority) {
     auto done = std::make_shared<std::atomic<bool>>(false);
-    std::jthread thread([work = std::move(work), done](std::stop_token stop) {
+    std::jthread thread([work = std::move(work), done, priority](std::stop_token stop) {
+        // On Linux the nice value is per thread.
+        if (priority == Priority::background) ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10);
         work(stop);
         done->store(true);
     });
@@ -30,6 +36,11 @@ void WorkerThreads::start(std::function<void(std::stop_token)> work) {
 void WorkerThreads::post(std::function<void()> job) {
     ++posted_;
     QMetaObject::invokeMethod(this, std::move(job), Qt::QueuedConnection);
+}
+
+void WorkerThreads::postAfter(std::chrono::milliseconds delay, std::function<void()> job) {
+    ++posted_;
+    QTimer::singleShot(delay, this, std::move(job));
 }
 
 std::size_t WorkerThreads::running() {

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -23,12 +24,18 @@ public:
     explicit WorkerThreads(QObject* parent = nullptr);
     ~WorkerThreads() override;
 
+    // How a thread competes with the window's thread for the processor: long downloads, hashing
+    // and unpacking run at a lower priority, so that the window stays responsive on a busy machine.
+    enum class Priority { normal, background };
+
     // Runs `work` on a new thread; its token is stopped when this owner ends.
-    void start(std::function<void(std::stop_token)> work);
+    void start(std::function<void(std::stop_token)> work, Priority priority = Priority::normal);
     // Runs `job` on this object's (the GUI) thread, after every job posted before it. Any thread.
     void post(std::function<void()> job);
     // Threads whose work has not returned yet.
     std::size_t running();
+    // Runs `job` on this object's thread once `delay` has passed. GUI thread only.
+    void postAfter(std::chrono::milliseconds delay, std::function<void()> job);
     // Jobs posted so far.
     std::uint64_t postedJobs() const { return posted_.load(); }
 

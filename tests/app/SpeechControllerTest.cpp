@@ -1,0 +1,86 @@
+// The speech controller against the test provider on a private session bus. The bus starts with
+// no provider; the test registers one while the controller retries.
+#include <QSignalSpy>
+#include <QTest>
+#include <filesystem>
+
+#include "app/SpeechController.h"
+#include "speech/NullOutput.h"
+#include "speech/ProviderControl.h"
+#include "speech/TestProviderVoices.h"
+#include "support/Files.h"
+
+namespace velmora::test {
+namespace {
+
+const std::filesystem::path lateService =
+    std::filesystem::path(LATE_SERVICE_DIR) / (tonesProvider + ".service");
+
+std::string marked(const std::string& rest) { return std::string(VoiceList::marker) + rest; }
+
+}  // namespace
+
+class SpeechControllerTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<WorkerThreads> workers_ = std::make_unique<WorkerThreads>();
+    std::shared_ptr<SpeechSystem> system_ = std::make_shared<SpeechSystem>();
+    std::unique_ptr<SpeechController> speech_ = std::make_unique<SpeechController>(
+        system_,
+        std::make_unique<Synthesizer>(system_, [](int, double) { return std::make_unique<NullOutput>(); }),
+        *workers_, std::chrono::milliseconds(200));
+
+private slots:
+    void initTestCase() { std::filesystem::remove(lateService); }
+    void cleanupTestCase() {
+        speech_.reset();
+        workers_.reset();
+        std::filesystem::remove(lateService);
+    }
+
+    void retriesStopOnceVoicesAppear() {
+        speech_->refresh();
+        QTRY_VERIFY(workers_->postedJobs() > 0);
+        QVERIFY(!speech_->hasVoices());
+        writeFile(lateService, "[D-BUS Service]\nName=" + tonesProvider + "\nExec=" TEST_PROVIDER " " +
+                                   tonesProvider + " tones\n");
+        QTRY_VERIFY_WITH_TIMEOUT(speech_->hasVoices(), 4000);
+        QCOMPARE(speech_->groups().size(), 4u);
+        QCOMPARE(speech_->voices().front().name, std::string("Framed 16"));
+
+        const auto posted = workers_->postedJobs();
+        QTest::qWait(700);
+        QCOMPARE(workers_->postedJobs(), posted);
+    }
+
+    void speaksTheGreetingOrTheTypedText() {
+        const QString raw16 = QString::fromStdString(marked("ios4.en-US.Raw16"));
+        speech_->speakVoice(raw16, "", 0.5);
+        QCOMPARE(speech_->speakingVoiceText(), raw16);
+        QTRY_COMPARE(speech_->speakingVoiceText(), QString());  // finished
+        QCOMPARE(std::get<0>(lastRequest(tonesProvider)), std::string("Hello! My name is Raw 16."));
+        speech_->speakVoice(raw16, " ", 0.5);
+        QTRY_COMPARE(std::get<0>(lastRequest(tonesProvider)), std::string(" "));
+        QTRY_COMPARE(speech_->speakingVoiceText(), QString());
+    }
+
+    // A cut-off utterance's cancel arrives after the next one began, and clears the mark too.
+    void bothEndingsClearTheSpeakingVoice() {
+        const auto voices = speech_->voices();
+        const auto raw16 = std::ranges::find(voices, marked("ios4.en-US.Raw16"), &SpeechVoice::identifier);
+        const auto raw32 = std::ranges::find(voices, marked("ios5.de-DE.Raw32"), &SpeechVoice::identifier);
+        QSignalSpy changes(speech_.get(), &SpeechController::speakingVoiceChanged);
+        speech_->speak("tone 220500", *raw16, 0.5);  // ten seconds
+        QTRY_COMPARE(std::get<0>(lastRequest(tonesProvider)), std::string("tone 220500"));
+        speech_->speak("tone 160000", *raw32, 0.5);  // ten seconds
+        QCOMPARE(speech_->speakingVoice(), raw32->identifier);
+        QTRY_COMPARE_WITH_TIMEOUT(speech_->speakingVoiceText(), QString(), 3000);
+        QCOMPARE(changes.count(), 3);
+        speech_->stop();
+    }
+};
+
+}  // namespace velmora::test
+
+QTEST_GUILESS_MAIN(velmora::test::SpeechControllerTest)
+#include "SpeechControllerTest.moc"
