@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "selftest/EnhancedSelfTest.h"
+#include "selftest/SelfTest.h"
+
 namespace velmora {
 namespace {
 
@@ -15,8 +18,8 @@ bool contains(const std::vector<std::string>& arguments, const char* flag) {
 }  // namespace
 
 SelfTestSuites SelfTestSuites::program() {
-    // The suites are connected here: speech = SelfTest::run, enhanced = EnhancedSelfTest::run.
-    return {};
+    return {[] { SelfTest::run(); },
+            [](const std::vector<std::string>& arguments) { EnhancedSelfTest::run(arguments); }};
 }
 
 bool wantsSelfTests(const std::vector<std::string>& arguments) {

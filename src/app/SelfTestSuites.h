@@ -12,7 +12,7 @@ struct SelfTestSuites {
     std::function<void()> speech;
     std::function<void(const std::vector<std::string>& arguments)> enhanced;
 
-    // The suites this program has (SelfTestSuites.cpp connects them).
+    // The speech and the enhanced self test.
     static SelfTestSuites program();
 };
 

@@ -54,9 +54,20 @@ private slots:
     }
 
     void speaksTheGreetingOrTheTypedText() {
+        const VoiceListModel& rows = *speech_->voiceList();
+        const auto text = [&rows](int row, int role) { return rows.index(row).data(role).toString(); };
+        QCOMPARE(rows.rowCount(), 5);
+        QCOMPARE(text(0, VoiceListModel::SectionHeaderRole), QString("iOS 4 \u2014 1 voices"));
+        QCOMPARE(text(3, VoiceListModel::SectionFooterRole), QString());
+        QVERIFY(text(4, VoiceListModel::SectionFooterRole).startsWith("To use a voice system-wide"));
+
         const QString raw16 = QString::fromStdString(marked("ios4.en-US.Raw16"));
+        QSignalSpy marks(&rows, &QAbstractItemModel::dataChanged);
         speech_->speakVoice(raw16, "", 0.5);
         QCOMPARE(speech_->speakingVoiceText(), raw16);
+        QCOMPARE(marks.count(), 1);
+        QCOMPARE(marks.first().at(0).toModelIndex().row(), 0);
+        QVERIFY(rows.index(0).data(VoiceListModel::SpeakingRole).toBool());
         QTRY_COMPARE(speech_->speakingVoiceText(), QString());  // finished
         QCOMPARE(std::get<0>(lastRequest(tonesProvider)), std::string("Hello! My name is Raw 16."));
         speech_->speakVoice(raw16, " ", 0.5);
