@@ -85,6 +85,7 @@ ColumnLayout {
         BusyIndicator {
             implicitWidth: 24
             implicitHeight: 24
+            padding: 2
             running: parent.visible
             Accessible.ignored: true
         }

@@ -39,6 +39,7 @@ RowLayout {
         running: visible
         implicitWidth: 24
         implicitHeight: 24
+        padding: 2
         Accessible.ignored: true
     }
     IconImage {
