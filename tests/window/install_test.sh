@@ -27,6 +27,6 @@ cat >"$prefix/session.conf" <<CONF
 </busconfig>
 CONF
 voices=$(VELMORA_APP_GROUPS_ROOT="$prefix/groups" dbus-run-session --config-file="$prefix/session.conf" -- \
-  "$prefix/bin/velmora-cli" voices 2>/dev/null)
+  "$prefix/bin/velmora-cli" voices 2>/dev/null) || fail "velmora-cli voices ended with status $?"
 echo "$voices" | grep -q "com.tarvenholt.Velmora.voice.ios4.en-US.Samantha" || fail "no voices: $voices"
 echo "ok: $(echo "$voices" | grep -c 'com.tarvenholt') voices from $prefix"
