@@ -4,13 +4,13 @@
 
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <QQuickStyle>
 #include <QTimer>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "app/AppServices.h"
+#include "app/DesktopLook.h"
 #include "app/SelfTestSuites.h"
 #include "app/SpeechController.h"
 #include "speech/Synthesizer.h"
@@ -25,7 +25,7 @@ int main(int argc, char* argv[]) {
     const std::vector<std::string> arguments(argv, argv + argc);
 
     QGuiApplication application(argc, argv);
-    if (qEnvironmentVariableIsEmpty("QT_QUICK_CONTROLS_STYLE")) QQuickStyle::setStyle("Fusion");
+    applyDesktopLook();
 
     AppServices services;
     auto system = SpeechSystem::shared();
@@ -33,6 +33,9 @@ int main(int argc, char* argv[]) {
                             services.workers());
 
     QQmlApplicationEngine engine;
+    // The module's qmldir (qrc:/Velmora/qmldir) declares its QML singletons; Qt 6.4 does not
+    // look in qrc:/ by itself.
+    engine.addImportPath(QStringLiteral("qrc:/"));
     engine.setInitialProperties(
         {{"speech", QVariant::fromValue(&speech)}, {"services", QVariant::fromValue(&services)}});
     engine.load(QUrl(QStringLiteral("qrc:/Velmora/qml/Main.qml")));

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+
+#include "enhanced/Fixtures.h"
+
+namespace velmora::test {
+
+// A door that requests wait behind until it opens; waits end after 20 s in any case, so the
+// server can always stop.
+class Gate {
+public:
+    void open();
+    void close();
+    // True when the gate opened, false when the wait ran out.
+    bool wait();
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool open_ = true;
+};
+
+// The catalog that the window tests' process reads (VELMORA_CATALOG_URL, read once per process,
+// points here), on a loopback server that lives as long as the process:
+// - ios5/en-US (named Samantha by the compact data) installs for real;
+// - ios6/en-GB sends 42% of its archive, then holds until `download` opens or it is cancelled;
+// - ios6/de-DE has a good archive (tests hold its install before it starts, see holdInstall);
+// - ios6/ja-JP has an archive whose checksum does not match, so its install fails.
+class CatalogServer {
+public:
+    static CatalogServer& shared();
+
+    Gate catalog;                      // the catalog answers once this is open
+    Gate download;                     // the held archive's rest
+    std::atomic<bool> failing{false};  // the catalog answers 404 Not Found
+    std::atomic<int> catalogReads{0};
+
+    // Opens every gate, so that no request stays held.
+    void release();
+
+private:
+    CatalogServer();
+    LoopbackServer server_;
+};
+
+}  // namespace velmora::test

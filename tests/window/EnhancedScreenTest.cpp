@@ -1,0 +1,198 @@
+// The enhanced voices screen, offscreen, against the test catalog server: each state's texts and
+// controls, worked with the mouse, the keyboard and the accessibility actions.
+#include <gtest/gtest.h>
+#include <unicode/locid.h>
+
+#include <QAccessible>
+
+#include "CatalogServer.h"
+#include "WindowHarness.h"
+#include "app/AppServices.h"
+#include "app/SpeechController.h"
+#include "app/Texts.h"
+#include "speech/AudioOutput.h"
+#include "store/ContainerStatus.h"
+
+namespace velmora::test {
+namespace {
+
+const QString samantha = QStringLiteral("Samantha, English (United States), ");
+const QString british = QStringLiteral("English (United Kingdom), English (United Kingdom), ");
+const QString german = QStringLiteral("German (Germany), German (Germany)");
+const QString japanese = QStringLiteral("Japanese (Japan), Japanese (Japan), 1 KB");
+
+class EnhancedScreenTest : public ::testing::Test {
+protected:
+    // The real services, except that installs of ios6/de-DE wait for `unpackingGate_` after
+    // reporting that they unpack, which holds them in that state.
+    EnhancedServices services() {
+        auto services = EnhancedServices::real();
+        services.install = [real = services.install, gate = &unpackingGate_](
+                               const EnhancedVoice& voice, const auto& progress, const auto& unpacking,
+                               auto stop) {
+            if (voice.locale == "de-DE") {
+                unpacking();
+                gate->wait();
+            }
+            return real(voice, progress, unpacking, stop);
+        };
+        return services;
+    }
+
+    // Opens the window and pushes the enhanced voices screen from its toolbar.
+    std::unique_ptr<WindowHarness> openScreen(AppServices& services) {
+        auto harness = std::make_unique<WindowHarness>(*speech_, services);
+        harness->click(harness->itemWithText(Texts::enhancedVoicesButton()));
+        EXPECT_TRUE(harness->waitFor([&] { return harness->shows(Texts::enhancedTitle()); }));
+        return harness;
+    }
+
+    void TearDown() override {
+        server_.release();
+        unpackingGate_.open();
+    }
+
+    CatalogServer& server_ = CatalogServer::shared();
+    Gate unpackingGate_;
+    AppServices appServices_{services()};
+    std::shared_ptr<SpeechSystem> noVoices_ = std::make_shared<SpeechSystem>(nullptr);
+    std::unique_ptr<SpeechController> speech_ = std::make_unique<SpeechController>(
+        noVoices_, std::make_unique<Synthesizer>(noVoices_, openAudioOutput), appServices_.workers());
+};
+
+TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
+    server_.catalog.close();
+    server_.download.close();
+    unpackingGate_.close();
+    auto harness = openScreen(appServices_);
+    auto& screen = *harness;
+    ASSERT_TRUE(screen.waitFor([&] { return screen.shows(Texts::loading()); }));
+    EXPECT_TRUE(screen.shows(Texts::introduction()));
+    EXPECT_TRUE(screen.shows(Texts::upgradeNote()));
+    EXPECT_FALSE(screen.shows(Texts::installedLabel()));
+    screen.screenshot(QStringLiteral("enhanced-loading"));
+
+    server_.catalog.open();
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + samantha, true); }));
+    EXPECT_FALSE(screen.shows(Texts::loading()));
+    EXPECT_FALSE(screen.shows(Texts::deleteAllButton()));
+    EXPECT_TRUE(screen.shows(QStringLiteral("iOS 5 — 1 voices")));
+    EXPECT_TRUE(screen.shows(QStringLiteral("iOS 6 — 3 voices")));
+    EXPECT_FALSE(screen.shows(QStringLiteral("iOS 7 — 0 voices")));
+    EXPECT_EQ(screen.countShown(Texts::downloadAllButton()), 2u);
+    QAccessibleInterface* row =
+        QAccessible::queryAccessibleInterface(screen.accessibleItem("Download " + samantha, true));
+    EXPECT_EQ(row->role(), QAccessible::Button);
+    EXPECT_EQ(row->childCount(), 0) << "the control and the texts are heard through the row";
+    screen.screenshot(QStringLiteral("enhanced-available"));
+
+    // Each row's action, each way: the mouse on "Get", the screen reader's press, the keyboard.
+    screen.click(
+        screen.itemWithText(Texts::getButton(), screen.accessibleItem("Download " + samantha, true)));
+    screen.pressAccessibly(screen.accessibleItem("Download " + british, true));
+    screen.click(screen.accessibleItem("Download " + german, true));
+    screen.press(Qt::Key_Space);
+    screen.pressAccessibly(screen.accessibleItem("Download " + japanese, true));
+
+    const QString failed = "Download " + japanese + ". Last attempt failed: ";
+    ASSERT_TRUE(screen.waitFor([&] {
+        return screen.accessibleItem("Remove " + samantha, true) &&
+               screen.accessibleItem("Stop downloading " + british + "42 percent of 1 KB") &&
+               screen.accessibleItem("Unpacking " + german) && screen.accessibleItem(failed, true);
+    }));
+    const auto controlOf = [&](const QString& label, const QString& text) {
+        return screen.itemWithText(text, screen.accessibleItem(label, true)) != nullptr;
+    };
+    EXPECT_TRUE(controlOf("Remove " + samantha, Texts::removeButton()));
+    EXPECT_TRUE(controlOf("Stop downloading " + british, Texts::stopButton()));
+    EXPECT_TRUE(controlOf(failed, Texts::retryButton()));
+    EXPECT_TRUE(screen.shows(Texts::installedLabel()));
+    EXPECT_TRUE(screen.accessibleItem(QStringLiteral("Delete all voices, 1 voice, "), true));
+    EXPECT_TRUE(screen.shows("English (United Kingdom) — Downloading 42% of 1 KB"));
+    screen.screenshot(QStringLiteral("enhanced-states"));
+
+    screen.click(
+        screen.itemWithText(Texts::stopButton(), screen.accessibleItem("Stop downloading " + british, true)));
+    EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + british, true); }));
+    unpackingGate_.open();
+    EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + german, true); }));
+    EXPECT_TRUE(screen.accessibleItem(QStringLiteral("Delete all voices, 2 voices, "), true));
+
+    // Removing asks first; Escape keeps the voice.
+    screen.click(
+        screen.itemWithText(Texts::removeButton(), screen.accessibleItem("Remove " + samantha, true)));
+    ASSERT_TRUE(
+        screen.waitFor([&] { return screen.itemWithText(Texts::removeDialogTitle(), screen.overlay()); }));
+    EXPECT_TRUE(screen.shows(
+        QStringLiteral("This deletes the enhanced Samantha for iOS 5. The compact Samantha stays "
+                       "installed and takes over again straight away.")));
+    screen.screenshot(QStringLiteral("dialog-remove"));
+    screen.press(Qt::Key_Escape);
+    EXPECT_TRUE(
+        screen.waitFor([&] { return !screen.itemWithText(Texts::removeDialogTitle(), screen.overlay()); }));
+    EXPECT_TRUE(screen.shows(Texts::enhancedTitle())) << "Escape closed the dialog, not the screen";
+    screen.pressAccessibly(screen.accessibleItem("Remove " + samantha, true));
+    ASSERT_TRUE(screen.waitFor([&] { return screen.itemWithText("Remove Samantha", screen.overlay()); }));
+    screen.click(screen.itemWithText("Remove Samantha", screen.overlay()));
+    EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + samantha, true); }));
+
+    screen.click(screen.itemWithText(Texts::deleteAllButton()));
+    ASSERT_TRUE(
+        screen.waitFor([&] { return screen.itemWithText(Texts::deleteAllDialogTitle(), screen.overlay()); }));
+    screen.screenshot(QStringLiteral("dialog-delete-all"));
+    screen.click(screen.itemWithText(Texts::deleteAllButton(), screen.overlay()));
+    EXPECT_TRUE(screen.waitFor([&] { return !screen.shows(Texts::installedLabel()); }));
+    EXPECT_TRUE(screen.accessibleItem("Download " + german, true));
+
+    // "Download all" of a section installs its voices.
+    screen.click(screen.itemWithText(Texts::downloadAllButton()));
+    EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + samantha, true); }));
+
+    // F5 reads the catalog again without a loading row; Escape goes back.
+    const int reads = server_.catalogReads;
+    screen.press(Qt::Key_F5);
+    EXPECT_TRUE(screen.waitFor([&] { return server_.catalogReads > reads; }));
+    EXPECT_FALSE(screen.shows(Texts::loading()));
+    screen.press(Qt::Key_Escape);
+    EXPECT_TRUE(screen.waitFor([&] { return screen.shows(Texts::rateLabel()); }));
+}
+
+TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogError) {
+    server_.failing = true;
+    auto harness = openScreen(appServices_);
+    auto& screen = *harness;
+    ASSERT_TRUE(screen.waitFor([&] { return screen.shows(Texts::tryAgainButton()); }));
+    EXPECT_FALSE(screen.shows(Texts::loading()));
+    screen.screenshot(QStringLiteral("enhanced-catalog-error"));
+
+    server_.failing = false;
+    screen.click(screen.itemWithText(Texts::tryAgainButton()));
+    EXPECT_TRUE(screen.waitFor([&] { return screen.shows(QStringLiteral("iOS 5 — 1 voices")); }));
+    EXPECT_FALSE(screen.shows(Texts::tryAgainButton()));
+}
+
+TEST_F(EnhancedScreenTest, ExplainsAContainerProblem) {
+    auto services = EnhancedServices::real();
+    const auto problem = ContainerStatus(ContainerStatus::NotEntitled{}).explanation().value();
+    services.containerProblem = [problem] { return std::optional<std::string>(problem); };
+    AppServices appServices(services);
+    auto harness = openScreen(appServices);
+    EXPECT_TRUE(harness->waitFor([&] { return harness->shows(QString::fromStdString(problem)); }));
+    harness->waitFor([&] { return harness->shows(QStringLiteral("iOS 5 — 1 voices")); });
+    harness->screenshot(QStringLiteral("enhanced-container-problem"));
+}
+
+TEST_F(EnhancedScreenTest, NamesVoicesInTheScriptOfTheUsersLanguage) {
+    for (const char* language : {"ar", "ja"}) {
+        UErrorCode status = U_ZERO_ERROR;
+        icu::Locale::setDefault(icu::Locale(language), status);
+        auto harness = openScreen(appServices_);
+        EXPECT_TRUE(harness->waitFor([&] { return harness->shows(QStringLiteral("iOS 6 — 3 voices")); }));
+        harness->screenshot(QStringLiteral("enhanced-locale-") + QLatin1String(language));
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale("en", "US"), status);
+}
+
+}  // namespace
+}  // namespace velmora::test
