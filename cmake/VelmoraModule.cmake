@@ -2,7 +2,9 @@
 #
 #   base                                    (below everything)
 #   store, zip, speech, samples
-#   enhanced, selftest, presenters
+#   enhanced
+#   selftest                                (its enhanced self test drives the installer)
+#   presenters
 #   app, cli                                (on top)
 #
 # and the extension uses base and store only. scripts/check-layers enforces the order on every

@@ -6,9 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cmath>
-#include <cstdlib>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -64,57 +63,65 @@ const std::map<std::string, std::string, std::less<>>& regionalLanguages() {
     return table;
 }
 
-// espeak-ng reads a time with a fraction, such as time="1.5s", as its whole part in milliseconds
-// (1 ms); written in milliseconds, time="1500ms", it is read right. Rewrites such values.
-std::size_t skipBlanks(std::string_view text, std::size_t at) {
-    while (at < text.size() && (text[at] == ' ' || text[at] == '\t' || text[at] == '\n' || text[at] == '\r'))
-        ++at;
-    return at;
-}
-
-std::size_t skipDigits(std::string_view text, std::size_t at) {
-    while (at < text.size() && std::isdigit(static_cast<unsigned char>(text[at]))) ++at;
-    return at;
-}
-
-std::string withTimesInMilliseconds(std::string_view ssml) {
-    std::string result;
-    std::size_t copied = 0;
-    for (std::size_t at = ssml.find("time"); at != std::string_view::npos; at = ssml.find("time", at + 1)) {
-        std::size_t p = skipBlanks(ssml, at + 4);
-        if (p >= ssml.size() || ssml[p] != '=') continue;
-        p = skipBlanks(ssml, p + 1);
-        if (p >= ssml.size() || (ssml[p] != '"' && ssml[p] != '\'')) continue;
-        const std::size_t numberStart = skipBlanks(ssml, p + 1);
-        const std::size_t point = skipDigits(ssml, numberStart);
-        const std::size_t numberEnd = skipDigits(ssml, point + 1);
-        if (point >= ssml.size() || ssml[point] != '.' || numberEnd == point + 1 ||
-            numberEnd - numberStart > 12)
-            continue;
-        const std::size_t unit = skipBlanks(ssml, numberEnd);
-        if (unit >= ssml.size() || ssml[unit] != 's') continue;
-        const double seconds =
-            std::strtod(std::string(ssml.substr(numberStart, numberEnd - numberStart)).c_str(), nullptr);
-        result.append(ssml.substr(copied, numberStart - copied));
-        result += std::to_string(std::lround(seconds * 1000.0)) + "ms";
-        copied = unit + 1;
-    }
-    result.append(ssml.substr(copied));
-    return result;
-}
-
 struct SynthesisContext {
-    const EspeakEngine::SampleSink* sink;
+    EngineListener* listener;
+    std::size_t samplesSent = 0;
     bool stopped = false;
 };
 
+std::optional<EngineEvent> engineEvent(const espeak_EVENT& event) {
+    EngineEvent result;
+    switch (event.type) {
+        case espeakEVENT_WORD:
+            // espeak-ng ends some clauses with a word of no characters, after the audio.
+            if (event.length <= 0) return std::nullopt;
+            result.kind = EngineEvent::Kind::word;
+            break;
+        case espeakEVENT_SENTENCE:
+            result.kind = EngineEvent::Kind::sentence;
+            break;
+        case espeakEVENT_MARK:
+            result.kind = EngineEvent::Kind::mark;
+            if (event.id.name != nullptr) result.name = event.id.name;
+            break;
+        default:
+            return std::nullopt;
+    }
+    // espeak-ng counts characters from 1.
+    result.textPosition = event.text_position > 0 ? static_cast<std::size_t>(event.text_position - 1) : 0;
+    result.length = event.length > 0 ? static_cast<std::size_t>(event.length) : 0;
+    return result;
+}
+
+// Sends the samples of `block` (whose first sample is number `first` of the utterance) up to
+// sample number `end`.
+bool sendUpTo(SynthesisContext& context, std::span<const std::int16_t> samples, std::size_t first,
+              std::size_t end) {
+    if (end <= context.samplesSent) return true;
+    const auto part = samples.subspan(context.samplesSent - first, end - context.samplesSent);
+    context.samplesSent = end;
+    return context.listener->samples(part);
+}
+
+// One block of samples with the events that happen within it, each at its sample; an event
+// before the block goes first, one after it last.
 int receiveSamples(short* samples, int count, espeak_EVENT* events) {
     auto* context = static_cast<SynthesisContext*>(events != nullptr ? events->user_data : nullptr);
-    if (context == nullptr || samples == nullptr || count <= 0) return context != nullptr && context->stopped;
-    if (!context->stopped &&
-        !(*context->sink)(std::span<const std::int16_t>(samples, static_cast<std::size_t>(count)))) {
-        context->stopped = true;
+    if (context == nullptr || context->stopped) return context != nullptr ? 1 : 0;
+    const std::size_t first = context->samplesSent;
+    const std::span<const std::int16_t> block(samples, samples != nullptr && count > 0 ? count : 0);
+    const std::size_t end = first + block.size();
+    for (const espeak_EVENT* event = events; event->type != espeakEVENT_LIST_TERMINATED; ++event) {
+        const auto reported = engineEvent(*event);
+        if (!reported) continue;
+        const std::size_t at = std::clamp<std::size_t>(static_cast<std::size_t>(std::max(event->sample, 0)),
+                                                       context->samplesSent, end);
+        if (!sendUpTo(*context, block, first, at) || !context->listener->event(*reported)) {
+            context->stopped = true;
+            return 1;
+        }
     }
+    if (!sendUpTo(*context, block, first, end)) context->stopped = true;
     return context->stopped ? 1 : 0;
 }
 
@@ -146,8 +153,8 @@ std::string EspeakEngine::languageFor(std::string_view locale) {
     return "en";
 }
 
-bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::string& language,
-                              const VoiceParameters& voice, const SampleSink& sink) {
+bool EspeakEngine::synthesize(const std::string& ssml, const std::string& language,
+                              const VoiceParameters& voice, EngineListener& listener) {
     auto file = availableLanguages().find(language);
     if (file == availableLanguages().end() ||
         espeak_ng_SetVoiceByName((file->second + "+" + voice.variant).c_str()) != ENS_OK) {
@@ -158,11 +165,10 @@ bool EspeakEngine::synthesize(const std::string& text, bool ssml, const std::str
     espeak_SetParameter(espeakRANGE, voice.pitchRange, 0);
     espeak_SetParameter(espeakWORDGAP, voice.wordGap, 0);
 
-    SynthesisContext context{&sink};
-    const std::string input = ssml ? withTimesInMilliseconds(text) : text;
-    const unsigned flags = espeakCHARS_UTF8 | (ssml ? espeakSSML : 0u);
+    SynthesisContext context{&listener};
+    const unsigned flags = espeakCHARS_UTF8 | espeakSSML;
     const espeak_ng_STATUS status =
-        espeak_ng_Synthesize(input.c_str(), input.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
+        espeak_ng_Synthesize(ssml.c_str(), ssml.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
     return status == ENS_OK && !context.stopped;
 }
 

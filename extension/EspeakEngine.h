@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,11 +14,26 @@ namespace velmora::provider {
 // apart), so the provider initialises it once and speaks every utterance in a child process
 // forked from that state: every utterance then starts from the same engine state, and the
 // library's calls never overlap, since each process makes its own one at a time.
+// What the engine reports while it speaks, at the sample where it happens.
+struct EngineEvent {
+    enum class Kind { word, sentence, mark };
+    Kind kind = Kind::word;
+    std::size_t textPosition = 0;  // characters from the start of the engine's text
+    std::size_t length = 0;        // in characters; 0 when the engine does not say
+    std::string name;              // a mark's name
+};
+
+// Receives an utterance as it is made, samples and events in their order; each call returns
+// false to stop the utterance.
+class EngineListener {
+public:
+    virtual ~EngineListener() = default;
+    virtual bool samples(std::span<const std::int16_t> samples) = 0;
+    virtual bool event(const EngineEvent& event) = 0;
+};
+
 class EspeakEngine {
 public:
-    // Receives the samples as they are made; returns false to stop the utterance.
-    using SampleSink = std::function<bool(std::span<const std::int16_t>)>;
-
     // Loads espeak-ng's data; throws std::runtime_error with espeak-ng's message on failure.
     static void initialise();
     static int sampleRate();
@@ -28,10 +42,11 @@ public:
     // "zh-HK" -> "yue"), or "en" when none does.
     static std::string languageFor(std::string_view locale);
 
-    // Speaks `text` (SSML when `ssml`) and hands the samples to `sink`. True when espeak-ng
-    // finished the utterance; false when it refused it or the sink stopped it.
-    static bool synthesize(const std::string& text, bool ssml, const std::string& language,
-                           const VoiceParameters& voice, const SampleSink& sink);
+    // Speaks the SSML `ssml` (as espeak-ng reads it) and hands samples and events to `listener`.
+    // True when espeak-ng finished the utterance; false when it refused it or the listener
+    // stopped it.
+    static bool synthesize(const std::string& ssml, const std::string& language, const VoiceParameters& voice,
+                           EngineListener& listener);
 };
 
 }  // namespace velmora::provider

@@ -1,19 +1,16 @@
 #include "PipeWriter.h"
 
-#include <poll.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace velmora::provider {
 
-bool PipeWriter::waitUntilWritable() {
-    pollfd target{fd_, POLLOUT, 0};
-    for (;;) {
-        const int ready = ::poll(&target, 1, static_cast<int>(stallLimit.count()));
-        if (ready > 0) return (target.revents & (POLLERR | POLLNVAL)) == 0;
-        if (ready == 0 || errno != EINTR) return false;
-    }
+PipeWriter::PipeWriter(int fd) : fd_(fd) {
+    // The client's pipe may come non-blocking; writes here wait for the reader instead.
+    const int flags = ::fcntl(fd, F_GETFL);
+    if (flags >= 0 && (flags & O_NONBLOCK) != 0) ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
 }
 
 bool PipeWriter::write(std::span<const std::byte> bytes) {
@@ -23,8 +20,6 @@ bool PipeWriter::write(std::span<const std::byte> bytes) {
             bytes = bytes.subspan(static_cast<std::size_t>(written));
         } else if (written < 0 && errno == EINTR) {
             continue;
-        } else if (written < 0 && errno == EAGAIN) {
-            broken_ = !waitUntilWritable();
         } else {
             broken_ = true;  // EPIPE: the client closed its end; anything else: no way to go on
         }

@@ -21,33 +21,37 @@ bool matchesAt(std::string_view text, std::size_t at, std::string_view written) 
     return true;
 }
 
-std::string replaceAll(std::string_view text, const PronunciationRules::Rule& rule) {
-    std::string result;
+SourceMappedText replaceAll(const SourceMappedText& source, const PronunciationRules::Rule& rule) {
+    const std::string& text = source.text();
+    SourceMappedText result = SourceMappedText::rewriteOf(source);
     std::size_t copied = 0;
-    for (std::size_t at = text.find(rule.written); at != std::string_view::npos;) {
+    for (std::size_t at = text.find(rule.written); at != std::string::npos;) {
         if (matchesAt(text, at, rule.written)) {
-            result.append(text, copied, at - copied).append(rule.spoken);
+            result.copy(source, copied, at - copied);
+            result.insert(rule.spoken, source.origin(at, at + rule.written.size()));
             copied = at + rule.written.size();
             at = text.find(rule.written, copied);
         } else {
             at = text.find(rule.written, at + 1);
         }
     }
-    result.append(text, copied);
+    result.copy(source, copied, text.size() - copied);
     return result;
 }
 
-std::string collapsedBlanks(std::string_view text) {
-    std::string result;
-    bool pendingBlank = false;
-    for (const char c : text) {
-        if (isBlank(c)) {
-            pendingBlank = !result.empty();
+// A run of blanks becomes one blank standing for the first of them; leading and trailing runs go.
+SourceMappedText collapsedBlanks(const SourceMappedText& source) {
+    const std::string& text = source.text();
+    SourceMappedText result = SourceMappedText::rewriteOf(source);
+    std::size_t firstBlank = std::string::npos;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (isBlank(text[at])) {
+            if (firstBlank == std::string::npos && !result.text().empty()) firstBlank = at;
             continue;
         }
-        if (pendingBlank) result += ' ';
-        pendingBlank = false;
-        result += c;
+        if (firstBlank != std::string::npos) result.insert(" ", source.origin(firstBlank, firstBlank + 1));
+        firstBlank = std::string::npos;
+        result.copy(source, at, 1);
     }
     return result;
 }
@@ -75,30 +79,32 @@ PronunciationRules PronunciationRules::followedBy(const PronunciationRules& late
     return PronunciationRules(std::move(combined));
 }
 
-std::string PronunciationRules::applyRules(std::string_view text) const {
-    std::string current(text);
+SourceMappedText PronunciationRules::applyRules(const SourceMappedText& text) const {
+    SourceMappedText current = text;
     for (const auto& rule : rules_) {
-        std::string next = replaceAll(current, rule);
-        if (next.size() > maximumTextSize) break;
+        if (current.text().find(rule.written) == std::string::npos) continue;
+        SourceMappedText next = replaceAll(current, rule);
+        if (next.text().size() > maximumTextSize) break;
         current = std::move(next);
     }
     return current;
 }
 
-std::string PronunciationRules::applyToText(std::string_view text) const {
+SourceMappedText PronunciationRules::applyToText(const SourceMappedText& text) const {
     return collapsedBlanks(applyRules(text));
 }
 
-std::string PronunciationRules::applyToSsml(std::string_view ssml) const {
-    std::string result;
+SourceMappedText PronunciationRules::applyToSsml(const SourceMappedText& ssml) const {
+    const std::string& text = ssml.text();
+    SourceMappedText result = SourceMappedText::rewriteOf(ssml);
     std::size_t at = 0;
-    while (at < ssml.size()) {
-        const std::size_t tagStart = ssml.find('<', at);
-        result += applyRules(ssml.substr(at, tagStart - at));
-        if (tagStart == std::string_view::npos) break;
-        const std::size_t tagEnd = ssml.find('>', tagStart);
-        const std::size_t afterTag = tagEnd == std::string_view::npos ? ssml.size() : tagEnd + 1;
-        result.append(ssml, tagStart, afterTag - tagStart);
+    while (at < text.size()) {
+        const std::size_t tagStart = std::min(text.find('<', at), text.size());
+        result.append(applyRules(ssml.slice(at, tagStart - at)));
+        if (tagStart == text.size()) break;
+        const std::size_t tagEnd = text.find('>', tagStart);
+        const std::size_t afterTag = tagEnd == std::string::npos ? text.size() : tagEnd + 1;
+        result.copy(ssml, tagStart, afterTag - tagStart);
         at = afterTag;
     }
     return result;

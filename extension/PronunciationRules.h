@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "SourceMappedText.h"
+
 namespace velmora::provider {
 
 // Literal text replacements read from a voice's "user_rules.txt" and "<lang>_userdct.dat".
@@ -34,12 +36,12 @@ public:
 
     // Plain text: every rule in order, then runs of white space collapsed to one blank and
     // trimmed, so that written and spoken forms reach the engine as the same text.
-    std::string applyToText(std::string_view text) const;
+    SourceMappedText applyToText(const SourceMappedText& text) const;
     // SSML: every rule in order on the text between the markup, which is left untouched.
-    std::string applyToSsml(std::string_view ssml) const;
+    SourceMappedText applyToSsml(const SourceMappedText& ssml) const;
 
 private:
-    std::string applyRules(std::string_view text) const;
+    SourceMappedText applyRules(const SourceMappedText& text) const;
     std::vector<Rule> rules_;
 };
 

@@ -7,9 +7,9 @@
 #include <exception>
 #include <iostream>
 
+#include "CompactVoice.h"
 #include "Confinement.h"
 #include "EspeakEngine.h"
-#include "ProviderVoice.h"
 #include "SpeechProviderServer.h"
 #include "store/VoiceStore.h"
 
@@ -18,18 +18,17 @@ namespace {
 using namespace velmora;
 using namespace velmora::provider;
 
-void ignoreChildAndPipeSignals() {
-    // Closed pipes show as EPIPE; finished children are reaped by the kernel.
+void ignorePipeSignals() {
+    // Closed pipes show as EPIPE.
     std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGCHLD, SIG_IGN);
 }
 
 void serve() {
-    ignoreChildAndPipeSignals();
+    ignorePipeSignals();
     confineProcess();
     EspeakEngine::initialise();
     auto resources = VoiceStore::resourceFolder();
-    auto voices = resources ? compactVoices(*resources) : std::vector<ProviderVoice>{};
+    auto voices = resources ? compactVoices(*resources) : std::vector<CompactVoice>{};
     if (voices.empty()) std::cerr << "VelmoraVoice: no compact voice data in the bundle's Resources folder\n";
     // Resolved once, here, so that the children forked for each utterance share the result.
     VoiceStore::group();

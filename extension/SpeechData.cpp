@@ -84,7 +84,7 @@ std::optional<SpeechData> SpeechData::read(const fs::path& directory, Source sou
     return data;
 }
 
-SpeechData SpeechData::forUtterance(const ProviderVoice& voice, double pitch) {
+SpeechData SpeechData::forUtterance(const CompactVoice& voice, double pitch) {
     auto compactFolder = VoiceStore::compactDirectory(voice.release, voice.locale);
     auto compact = compactFolder ? read(*compactFolder, Source::compact) : std::nullopt;
     if (!compact) throw std::runtime_error("The compact data of " + voice.identifier() + " cannot be read.");

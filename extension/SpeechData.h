@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "CompactVoice.h"
 #include "PronunciationRules.h"
-#include "ProviderVoice.h"
 
 namespace velmora::provider {
 
@@ -32,7 +32,7 @@ struct SpeechData {
     // can be read and names a voice, and, for a pitch other than 1.0, only when the release's
     // enhanced engine takes pitch; otherwise the compact data. Throws std::runtime_error when
     // even the compact data cannot be read.
-    static SpeechData forUtterance(const ProviderVoice& voice, double pitch);
+    static SpeechData forUtterance(const CompactVoice& voice, double pitch);
 
     // The data in `directory`, or absent when its header is unreadable, too large or names no
     // voice, or a data file cannot be read.

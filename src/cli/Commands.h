@@ -12,5 +12,6 @@ void addSpeechCommands(CLI::App& app);
 void addRenderCommand(CLI::App& app);
 void addZipCommands(CLI::App& app);
 void addEnhancedCommands(CLI::App& app);
+void addSelfTestCommand(CLI::App& app);
 
 }  // namespace velmora::cli

@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <stop_token>
 #include <thread>
 
 #include "cli/CommandError.h"
@@ -157,12 +160,21 @@ std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, 
     return voices;
 }
 
+// Once the archive has matched its checksum the install runs to its end: Ctrl-C from then on
+// says so at once, and stops the voices after this one.
 void installOne(const EnhancedVoice& voice, std::stop_token stop) {
     InstallDisplay display(voice.id());
+    std::optional<std::stop_callback<std::function<void()>>> finishing;
+    const auto unpacking = [&] {
+        display.line("unpacking");
+        finishing.emplace(stop, [id = voice.id()] {
+            std::cerr << "velmora-cli: " << id << ": the install is finishing and cannot be stopped now."
+                      << std::endl;
+        });
+    };
     try {
         const std::int64_t size = EnhancedVoiceManager::download(
-            voice, [&display](double fraction) { display.progress(fraction); },
-            [&display] { display.line("unpacking"); }, stop);
+            voice, [&display](double fraction) { display.progress(fraction); }, unpacking, stop);
         display.line("installed, " + formatByteCount(size));
     } catch (const std::exception& error) {
         display.interrupt();

@@ -8,6 +8,7 @@
 #include "cli/Commands.h"
 #include "selftest/SelfTest.h"
 #include "speech/SpeechSystem.h"
+#include "speech/StreamFormat.h"
 #include "speech/Synthesizer.h"
 
 namespace velmora::cli {
@@ -28,9 +29,10 @@ void printResult(const RenderResult& result) {
 
 void render(const RenderOptions& options) {
     auto system = SpeechSystem::shared();
-    if (!system->providerVoice(options.voice)) {
-        throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
-    }
+    const auto voice = system->providerVoice(options.voice);
+    if (!voice) throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
+    if (auto format = StreamFormat::read(voice->outputFormat); !format.format)
+        throw CommandError(format.problem);
     Synthesizer synthesizer(system, openAudioOutput);
     if (options.ssml) {
         printResult(SelfTest::renderSsml(synthesizer, options.text, options.voice));

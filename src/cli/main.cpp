@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     velmora::cli::addRenderCommand(app);
     velmora::cli::addZipCommands(app);
     velmora::cli::addEnhancedCommands(app);
+    velmora::cli::addSelfTestCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -13,6 +13,7 @@
 #include "base/PlistPointer.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/HttpTransfer.h"
+#include "store/VoiceStore.h"
 
 namespace velmora {
 namespace {
@@ -84,10 +85,12 @@ std::optional<EnhancedVoice> voiceOf(plist_t asset, const std::map<std::string, 
     if (!format) return std::nullopt;
     auto release = releases.find(*format);
     if (release == releases.end()) return std::nullopt;
+    // A language that is not one plain name ("en/US", "..") could name no pack folder.
     auto locale = text(asset, "Language");
+    if (!locale || !VoiceStore::isPlainName(*locale)) return std::nullopt;
     auto base = text(asset, "__BaseURL");
     auto relative = text(asset, "__RelativePath");
-    if (!locale || !base || !relative) return std::nullopt;
+    if (!base || !relative) return std::nullopt;
     std::string address = *base + *relative;
     if (!isUrl(address)) return std::nullopt;
     auto digest = bytes(asset, "_Measurement");

@@ -39,6 +39,7 @@ CURLcode addCertificateAuthority(CURL*, void* context, void* file) {
 struct HttpTransfer::State {
     std::unique_ptr<CURL, EasyDeleter> easy{curl_easy_init()};
     std::string url;
+    std::chrono::seconds stallLimit{};
     std::string caFile;
     char errorText[CURL_ERROR_SIZE] = {};
     const BodySink* sink = nullptr;
@@ -47,6 +48,7 @@ struct HttpTransfer::State {
 
     static size_t write(char* data, size_t size, size_t count, void* self);
     size_t receive(const char* data, size_t length);
+    curl_off_t bytesHeard() const;
     void configure();
     CURLcode perform(std::stop_token stop);
 };
@@ -81,10 +83,7 @@ void HttpTransfer::State::configure() {
     curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 16L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, stallSeconds);
-    // Less than one byte a second for 60 seconds: the server has gone silent.
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
-    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, stallSeconds);
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, static_cast<long>(stallLimit.count()));
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::write);
@@ -96,21 +95,40 @@ void HttpTransfer::State::configure() {
     }
 }
 
-// The multi interface lets a stop request wake the wait for data at once.
+// Header and body bytes received so far.
+curl_off_t HttpTransfer::State::bytesHeard() const {
+    curl_off_t body = 0;
+    long headers = 0;
+    curl_easy_getinfo(easy.get(), CURLINFO_SIZE_DOWNLOAD_T, &body);
+    curl_easy_getinfo(easy.get(), CURLINFO_HEADER_SIZE, &headers);
+    return body + headers;
+}
+
+// The multi interface lets a stop request wake the wait for data at once. Silence is timed here
+// rather than by libcurl's low-speed limit, whose average over several seconds lets a burst of
+// data hide a server that has gone quiet.
 CURLcode HttpTransfer::State::perform(std::stop_token stop) {
+    using Clock = std::chrono::steady_clock;
     std::unique_ptr<CURLM, MultiDeleter> multi{curl_multi_init()};
     curl_multi_add_handle(multi.get(), easy.get());
     std::stop_callback wake(stop, [&multi] { curl_multi_wakeup(multi.get()); });
+    curl_off_t heard = 0;
+    Clock::time_point lastHeard = Clock::now();
     int running = 1;
     while (running > 0) {
-        if (stop.stop_requested()) {
+        if (stop.stop_requested() || Clock::now() - lastHeard >= stallLimit) {
             curl_multi_remove_handle(multi.get(), easy.get());
-            throw TransferFailure::cancelled();
+            throw stop.stop_requested() ? TransferFailure::cancelled()
+                                        : TransferFailure::timedOut(stallLimit);
         }
         if (CURLMcode failure = curl_multi_perform(multi.get(), &running); failure != CURLM_OK) {
             throw TransferFailure(TransferFailure::Kind::other, curl_multi_strerror(failure));
         }
-        if (running > 0) curl_multi_poll(multi.get(), nullptr, 0, 1000, nullptr);
+        if (const curl_off_t now = bytesHeard(); now != heard) {
+            heard = now;
+            lastHeard = Clock::now();
+        }
+        if (running > 0) curl_multi_poll(multi.get(), nullptr, 0, 250, nullptr);
     }
     CURLcode result = CURLE_OK;
     int queued = 0;
@@ -121,11 +139,12 @@ CURLcode HttpTransfer::State::perform(std::stop_token stop) {
     return result;
 }
 
-HttpTransfer::HttpTransfer(const std::string& url) {
+HttpTransfer::HttpTransfer(const std::string& url, std::chrono::seconds stallLimit) {
     initialiseCurlOnce();
     state_ = std::make_unique<State>();
     if (!state_->easy) throw std::bad_alloc();
     state_->url = url;
+    state_->stallLimit = stallLimit;
 }
 
 HttpTransfer::~HttpTransfer() = default;
@@ -137,7 +156,7 @@ long HttpTransfer::run(const BodySink& sink, std::stop_token stop) {
     const CURLcode result = state.perform(stop);
     if (state.sinkError) std::rethrow_exception(state.sinkError);
     if (state.refusedStatus != 0) return state.refusedStatus;
-    if (result != CURLE_OK) throw TransferFailure::fromCurl(result, state.errorText);
+    if (result != CURLE_OK) throw TransferFailure::fromCurl(result, state.errorText, state.stallLimit);
     long status = 0;
     curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
     return status;

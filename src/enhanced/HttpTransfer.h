@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -11,7 +12,7 @@
 namespace velmora {
 
 // One HTTP GET over libcurl with the rules every request of the program shares: redirects
-// followed, http and https only, a 60-second limit on connecting and on silence, the extra
+// followed, http and https only, a limit on connecting and on silence (60 seconds), the extra
 // certificate authority named by VELMORA_CA_FILE, no cache (libcurl keeps none), no added
 // header. A stop request aborts the transfer at once.
 class HttpTransfer {
@@ -20,9 +21,10 @@ public:
     // announced (-1 when it announced none). It may throw to abort; run() rethrows that.
     using BodySink = std::function<void(std::span<const std::byte> piece, std::int64_t announced)>;
 
-    static constexpr long stallSeconds = 60;
+    static constexpr std::chrono::seconds defaultStallLimit{60};
 
-    explicit HttpTransfer(const std::string& url);
+    // `stallLimit`: how long connecting may take, and how long the server may send nothing.
+    explicit HttpTransfer(const std::string& url, std::chrono::seconds stallLimit = defaultStallLimit);
     ~HttpTransfer();
     HttpTransfer(const HttpTransfer&) = delete;
     HttpTransfer& operator=(const HttpTransfer&) = delete;

@@ -9,10 +9,20 @@ TransferFailure::TransferFailure(Kind kind, const std::string& text, std::string
 
 TransferFailure TransferFailure::cancelled() { return {Kind::cancelled, "The download was cancelled."}; }
 
-TransferFailure TransferFailure::fromCurl(int code, const std::string& detail) {
+TransferFailure TransferFailure::timedOut(std::chrono::seconds stallLimit) {
+    const auto seconds = stallLimit.count();
+    return {Kind::timedOut, "The server stopped answering for " + std::to_string(seconds) +
+                                (seconds == 1 ? " second." : " seconds.")};
+}
+
+TransferFailure TransferFailure::fromCurl(int code, const std::string& detail,
+                                          std::chrono::seconds stallLimit) {
     switch (static_cast<CURLcode>(code)) {
-        case CURLE_OPERATION_TIMEDOUT:
-            return {Kind::timedOut, "The server stopped answering for 60 seconds.", detail};
+        case CURLE_OPERATION_TIMEDOUT: {
+            TransferFailure failure = timedOut(stallLimit);
+            failure.detail_ = detail;
+            return failure;
+        }
         case CURLE_COULDNT_RESOLVE_HOST:
         case CURLE_COULDNT_RESOLVE_PROXY:
             return {Kind::hostNotFound, "The server's name could not be found.", detail};

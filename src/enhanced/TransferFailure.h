@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 
@@ -14,8 +15,11 @@ public:
     TransferFailure(Kind kind, const std::string& text, std::string detail = {});
 
     static TransferFailure cancelled();
-    // The failure for a libcurl result code, with the transfer's error buffer as detail.
-    static TransferFailure fromCurl(int code, const std::string& detail);
+    // The server sent nothing for `stallLimit`.
+    static TransferFailure timedOut(std::chrono::seconds stallLimit);
+    // The failure for a libcurl result code, with the transfer's error buffer as detail; a time-out
+    // names the transfer's stall limit.
+    static TransferFailure fromCurl(int code, const std::string& detail, std::chrono::seconds stallLimit);
 
     Kind kind() const { return kind_; }
     const std::string& detail() const { return detail_; }

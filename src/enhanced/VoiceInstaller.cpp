@@ -34,8 +34,7 @@ std::int64_t VoiceInstaller::run() {
     if (digest != voice_.digest) throw InstallFailure::digestMismatch();
     if (unpacking_) unpacking_();
     const fs::path unpacked = staging.path() / unpackedName;
-    unpack(archive, unpacked);
-    const fs::path voiceHome = voiceFolder(unpacked);
+    const fs::path voiceHome = voiceFolder(unpacked, unpack(archive, unpacked));
     const fs::path pack = target();
     fs::create_directories(pack.parent_path());
     replacePack(voiceHome, pack, staging.path() / "previous");
@@ -63,30 +62,30 @@ std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<c
     return std::max(installedSize, recorded);
 }
 
-void VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) const {
+std::vector<std::string> VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) const {
+    std::vector<std::string> written;
     {
         const MappedFile bytes = MappedFile::open(archive);
         const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
         const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
             fs::space(archive.parent_path()).available, std::numeric_limits<std::int64_t>::max()));
         if (needed > available) throw NotEnoughSpace(needed, available);
-        ZipReader::unpack(bytes.bytes(), unpacked);
+        written = ZipReader::unpack(bytes.bytes(), unpacked);
     }
     std::error_code ignored;
     fs::remove(archive, ignored);
+    return written;
 }
 
-// The folder that holds the first "broker.hdr.asset" in listing order, with the header renamed
-// to the name the extension reads. An existing "broker.hdr" beside it is not replaced.
-fs::path VoiceInstaller::voiceFolder(const fs::path& unpacked) {
-    std::error_code error;
-    fs::recursive_directory_iterator it(unpacked, error);
-    if (error) throw InstallFailure::noVoiceInArchive();
-    for (const fs::recursive_directory_iterator end; it != end; it.increment(error)) {
-        if (error) break;
-        if (it->path().filename() != assetHeaderName) continue;
-        const fs::path folder = it->path().parent_path();
-        renameWithoutReplacing(it->path(), folder / VoiceStore::headerName);
+// The folder of the first "broker.hdr.asset" in the archive's own order (that of the names
+// written), with the header renamed to the name the extension reads. An existing "broker.hdr"
+// beside it is not replaced.
+fs::path VoiceInstaller::voiceFolder(const fs::path& unpacked, const std::vector<std::string>& written) {
+    for (const auto& name : written) {
+        const fs::path header = (unpacked / name).lexically_normal();
+        if (header.filename() != assetHeaderName) continue;
+        const fs::path folder = header.parent_path();
+        renameWithoutReplacing(header, folder / VoiceStore::headerName);
         return folder;
     }
     throw InstallFailure::noVoiceInArchive();

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 #include "enhanced/EnhancedVoice.h"
@@ -41,8 +42,11 @@ public:
 
 private:
     std::vector<std::byte> download(const std::filesystem::path& archive);
-    void unpack(const std::filesystem::path& archive, const std::filesystem::path& unpacked) const;
-    static std::filesystem::path voiceFolder(const std::filesystem::path& unpacked);
+    // Returns the names written, in the archive's order.
+    std::vector<std::string> unpack(const std::filesystem::path& archive,
+                                    const std::filesystem::path& unpacked) const;
+    static std::filesystem::path voiceFolder(const std::filesystem::path& unpacked,
+                                             const std::vector<std::string>& written);
     std::filesystem::path target() const;
 
     EnhancedVoice voice_;

@@ -6,12 +6,20 @@
 #include <string>
 
 #include "selftest/RenderResult.h"
+#include "selftest/SelfTestServices.h"
 #include "speech/SpeechTypes.h"
 
 namespace velmora {
 
-// The speech self test: renders utterances into memory and measures them.
+// The speech self test: renders utterances into memory and measures them, proves that every voice
+// of the extension speaks and runs timing and pronunciation diagnostics on its reference voice.
 struct SelfTest {
+    // Runs the whole suite with the real services and prints its lines on standard output.
+    // Blocks for the length of the run, which renders every voice once; call it on a worker thread.
+    static void run();
+    // The same with the given services.
+    static void run(const SelfTestServices& services);
+
     // How long a render waits for the end of its stream.
     static constexpr std::chrono::duration<double> renderTimeout{20.0};
 

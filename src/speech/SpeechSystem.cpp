@@ -3,7 +3,6 @@
 #include <unicode/locid.h>
 
 #include <algorithm>
-#include <set>
 #include <string>
 
 namespace velmora {
@@ -25,13 +24,6 @@ std::string normalizedTag(std::string_view tag) {
 
 std::string primaryLanguage(const std::string& normalTag) { return normalTag.substr(0, normalTag.find('-')); }
 
-std::vector<ProviderVoice> withoutRepeatedIdentifiers(std::vector<ProviderVoice> voices) {
-    std::set<std::string> seen;
-    std::erase_if(voices,
-                  [&](const ProviderVoice& voice) { return !seen.insert(voice.voice.identifier).second; });
-    return voices;
-}
-
 }  // namespace
 
 SpeechSystem::SpeechSystem() : SpeechSystem(SpielBus::connectToSession()) {}
@@ -45,7 +37,7 @@ std::shared_ptr<SpeechSystem> SpeechSystem::shared() {
 
 void SpeechSystem::updateSpeechVoices() {
     std::vector<ProviderVoice> voices;
-    if (bus_) voices = withoutRepeatedIdentifiers(bus_->voicesOf(bus_->providerNames(), voicesTimeout));
+    if (bus_) voices = bus_->voicesOf(bus_->providerNames(), voicesTimeout);
     std::lock_guard lock(mutex_);
     voices_ = std::move(voices);
     read_ = true;
@@ -83,17 +75,19 @@ std::optional<SpeechVoice> SpeechSystem::voiceForLanguage(std::string_view langu
     return std::nullopt;
 }
 
-std::optional<ProviderVoice> SpeechSystem::find(std::string_view identifier) {
+std::optional<ProviderVoice> SpeechSystem::find(std::string_view identifier, std::string_view provider) {
     for (auto& voice : providerVoices()) {
-        if (voice.voice.identifier == identifier) return voice;
+        if (voice.voice.identifier == identifier && (provider.empty() || voice.voice.provider == provider))
+            return voice;
     }
     return std::nullopt;
 }
 
-std::optional<ProviderVoice> SpeechSystem::providerVoice(std::string_view identifier) {
-    if (auto voice = find(identifier)) return voice;
+std::optional<ProviderVoice> SpeechSystem::providerVoice(std::string_view identifier,
+                                                         std::string_view provider) {
+    if (auto voice = find(identifier, provider)) return voice;
     updateSpeechVoices();
-    return find(identifier);
+    return find(identifier, provider);
 }
 
 }  // namespace velmora

@@ -24,8 +24,8 @@ public:
     // The system of this process, connected on first use.
     static std::shared_ptr<SpeechSystem> shared();
 
-    // Every provider's voices: providers in name order, each one's voices in its own order.
-    // An identifier listed twice keeps its first provider.
+    // Every provider's voices: providers in name order, each one's voices in its own order. Two
+    // providers may offer the same identifier; each voice names its provider.
     std::vector<SpeechVoice> voices();
     // Re-reads the voices from the providers now.
     void updateSpeechVoices();
@@ -33,14 +33,15 @@ public:
     // else the first with the same primary language; an empty tag means the user's locale.
     std::optional<SpeechVoice> voiceForLanguage(std::string_view language);
 
-    // The provider details of a voice; an identifier not in the list makes one re-read.
-    std::optional<ProviderVoice> providerVoice(std::string_view identifier);
+    // The provider details of a voice, of `provider` when given, else of the first provider that
+    // offers it; a voice not in the list makes one re-read.
+    std::optional<ProviderVoice> providerVoice(std::string_view identifier, std::string_view provider = {});
     // The bus the providers are on; null without one.
     const std::shared_ptr<SpielBus>& bus() const { return bus_; }
 
 private:
     std::vector<ProviderVoice> providerVoices();
-    std::optional<ProviderVoice> find(std::string_view identifier);
+    std::optional<ProviderVoice> find(std::string_view identifier, std::string_view provider);
 
     std::shared_ptr<SpielBus> bus_;
     std::mutex mutex_;

@@ -12,7 +12,8 @@ namespace velmora {
 struct SpeechVoice {
     std::string identifier;
     std::string name;
-    std::string language;  // BCP 47 tag, such as "en-US"
+    std::string language;    // BCP 47 tag, such as "en-US"
+    std::string provider{};  // the bus name of the speech provider that offers it
 
     bool operator==(const SpeechVoice&) const = default;
 };
@@ -29,6 +30,7 @@ struct Utterance {
     std::string text;
     bool isSsml = false;
     std::optional<std::string> voiceIdentifier;  // absent: the system's choice
+    std::string voiceProvider{};  // the provider of that voice; empty: the first that offers it
     float rate = SpeechRate::defaultRate;
     float pitchMultiplier = 1.0f;
 };

@@ -29,7 +29,7 @@ std::vector<ProviderVoice> providerVoices(const std::string& busName, const sdbu
         const auto& languages = std::get<4>(record);
         const std::string language = languages.empty() ? std::string{} : languages.front();
         voices.push_back(
-            {{std::get<1>(record), std::get<0>(record), language}, busName, std::get<2>(record), languages});
+            {{std::get<1>(record), std::get<0>(record), language, busName}, std::get<2>(record), languages});
     }
     return voices;
 }

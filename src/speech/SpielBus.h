@@ -25,8 +25,7 @@ namespace velmora {
 
 // One voice of one speech provider, with what it takes to synthesize with it.
 struct ProviderVoice {
-    SpeechVoice voice;
-    std::string busName;       // the provider that speaks it
+    SpeechVoice voice;         // with the provider that speaks it
     std::string outputFormat;  // the format text of the audio it writes
     std::vector<std::string> languages;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace velmora {
 namespace {
@@ -13,26 +14,14 @@ constexpr std::size_t lengthSize = 4;
 // Event record: u8 event type, u32 range start, u32 range end, u32 mark-name length.
 constexpr std::size_t eventRecordSize = 13;
 constexpr std::size_t eventNameLengthOffset = 9;
+// Longer mark names are cut here: the stream goes on, the memory stays bounded.
+constexpr std::size_t maximumEventName = 4096;
 constexpr std::byte audioChunk{1};
 constexpr std::byte eventChunk{2};
 
 std::uint32_t nativeU32(const std::byte* bytes) {
     std::uint32_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
-    return value;
-}
-
-float s16leSample(const std::byte* bytes) {
-    const auto bits = static_cast<std::uint16_t>(std::to_integer<unsigned>(bytes[0]) |
-                                                 (std::to_integer<unsigned>(bytes[1]) << 8));
-    return static_cast<float>(static_cast<std::int16_t>(bits)) / 32768.0f;
-}
-
-float f32leSample(const std::byte* bytes) {
-    std::uint32_t bits = 0;
-    for (int i = 3; i >= 0; --i) bits = (bits << 8) | std::to_integer<std::uint32_t>(bytes[i]);
-    float value = 0;
-    std::memcpy(&value, &bits, sizeof value);
     return value;
 }
 
@@ -72,7 +61,12 @@ void StreamParser::feedFramed(std::span<const std::byte> bytes, PcmBuffer& out) 
             case Part::eventName:
                 used = static_cast<std::size_t>(std::min<std::uint64_t>(remaining_, bytes.size()));
                 if (part_ == Part::audioData) takeSamples(bytes.first(used), out);
+                if (part_ == Part::eventName) {
+                    const std::size_t kept = std::min(used, maximumEventName - event_.name.size());
+                    event_.name.append(reinterpret_cast<const char*>(bytes.data()), kept);
+                }
                 remaining_ -= used;
+                if (remaining_ == 0 && part_ == Part::eventName) events_.push_back(std::move(event_));
                 if (remaining_ == 0) part_ = Part::chunkType;
                 break;
         }
@@ -112,8 +106,14 @@ void StreamParser::onField() {
             part_ = remaining_ == 0 ? Part::chunkType : Part::audioData;
             break;
         case Part::eventRecord:
+            event_ = {static_cast<StreamEvent::Type>(field_[0]),
+                      nativeU32(field_.data() + 1),
+                      nativeU32(field_.data() + 5),
+                      {},
+                      frames_};
             remaining_ = nativeU32(field_.data() + eventNameLengthOffset);
             part_ = remaining_ == 0 ? Part::chunkType : Part::eventName;
+            if (remaining_ == 0) events_.push_back(std::move(event_));
             break;
         case Part::audioData:
         case Part::eventName:
@@ -134,13 +134,13 @@ void StreamParser::takeSamples(std::span<const std::byte> bytes, PcmBuffer& out)
     }
     const std::size_t whole = bytes.size() / frameSize * frameSize;
     out.samples.reserve(out.samples.size() + whole / sampleSize);
-    for (std::size_t offset = 0; offset < whole; offset += sampleSize) {
-        const std::byte* sample = bytes.data() + offset;
-        out.samples.push_back(format_.sample == StreamFormat::Sample::s16le ? s16leSample(sample)
-                                                                            : f32leSample(sample));
-    }
+    for (std::size_t offset = 0; offset < whole; offset += sampleSize)
+        out.samples.push_back(format_.sample.decode(bytes.data() + offset));
+    frames_ += whole / frameSize;
     partial_.assign(bytes.begin() + static_cast<std::ptrdiff_t>(whole), bytes.end());
 }
+
+std::vector<StreamEvent> StreamParser::takeEvents() { return std::exchange(events_, {}); }
 
 StreamParser::Status StreamParser::finish() {
     if (status_ != Status::reading) return status_;

@@ -19,18 +19,19 @@ constexpr std::size_t readSize = 16 * 1024;
 RenderOutcome failure(std::string problem) { return {RenderOutcome::End::failed, std::move(problem)}; }
 
 std::optional<ProviderVoice> chosenVoice(SpeechSystem& system, const Utterance& utterance) {
-    if (utterance.voiceIdentifier) return system.providerVoice(*utterance.voiceIdentifier);
+    if (utterance.voiceIdentifier)
+        return system.providerVoice(*utterance.voiceIdentifier, utterance.voiceProvider);
     std::optional<SpeechVoice> voice = system.voiceForLanguage("");
     if (!voice) {
         const auto all = system.voices();
         if (all.empty()) return std::nullopt;
         voice = all.front();
     }
-    return system.providerVoice(voice->identifier);
+    return system.providerVoice(voice->identifier, voice->provider);
 }
 
 SynthesisRequest requestFor(const Utterance& utterance, const ProviderVoice& voice) {
-    return {voice.busName,
+    return {voice.voice.provider,
             utterance.text,
             voice.voice.identifier,
             providerPitch(utterance.pitchMultiplier),
@@ -81,8 +82,8 @@ RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, 
     if (!system.bus()) return failure("There is no session bus, so there are no speech providers.");
     const std::optional<ProviderVoice> voice = chosenVoice(system, utterance);
     if (!voice) return failure("No speech provider offers the voice.");
-    const std::optional<StreamFormat> format = StreamFormat::parse(voice->outputFormat);
-    if (!format) return failure("The voice's audio format \"" + voice->outputFormat + "\" cannot be read.");
+    const FormatReading format = StreamFormat::read(voice->outputFormat);
+    if (!format.format) return failure(format.problem);
 
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return failure("No pipe could be made for the provider's audio.");
@@ -93,7 +94,7 @@ RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, 
     writeEnd.reset();  // the provider now holds the only write end: its close ends the stream
 
     PipeReader reader(std::move(readEnd), stop, limits.stallTimeout);
-    StreamParser parser(*format);
+    StreamParser parser(*format.format);
     RenderOutcome outcome = readStream(reader, parser, sink);
     if (outcome.end != RenderOutcome::End::finished) return outcome;
     if (!reply->wait(limits.stallTimeout, stop)) {

@@ -9,11 +9,18 @@
 namespace velmora::VoiceList {
 namespace {
 
+// The C and POSIX locales (ICU's en_US_POSIX, its default when LANG is C.UTF-8 or unset) name no
+// language, and their code-point order is no one's choice: they collate as the root locale.
+const icu::Locale& collationLocale(const icu::Locale& locale) {
+    const bool posix = std::string_view(locale.getVariant()) == "POSIX";
+    return posix || locale.isBogus() ? icu::Locale::getRoot() : locale;
+}
+
 // A collator that orders like a file manager: secondary strength ignores case (but not
 // accents), and numeric ordering compares runs of digits by value ("Tom 9" before "Tom 10").
 std::unique_ptr<icu::Collator> fileManagerCollator(const icu::Locale& locale) {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(locale, status));
+    std::unique_ptr<icu::Collator> collator(icu::Collator::createInstance(collationLocale(locale), status));
     if (U_FAILURE(status)) {
         status = U_ZERO_ERROR;
         collator.reset(icu::Collator::createInstance(icu::Locale::getRoot(), status));

@@ -33,7 +33,8 @@ const std::vector<std::pair<std::string, std::string>>& releases();
 std::vector<SpeechVoice> marked(std::vector<SpeechVoice> voices);
 
 // Sorted by name, ascending, as a file manager orders names: case-insensitive, digits by
-// numeric value, following `locale`. Names that compare equal keep their given order.
+// numeric value, following `locale` (the root locale's order for the C/POSIX locale). Names
+// that compare equal keep their given order.
 std::vector<SpeechVoice> sortedByName(std::vector<SpeechVoice> voices,
                                       const icu::Locale& locale = icu::Locale::getDefault());
 

@@ -58,11 +58,20 @@ EndRecord readEndRecord(std::span<const std::byte> archive) {
     return end;
 }
 
+// An archive whose central directory is encrypted has nothing readable at its end but zip64
+// records, while its local headers still carry the encryption flags.
+bool firstEntryIsEncrypted(std::span<const std::byte> archive) {
+    if (!signatureAt(archive, 0, format::localSignature) || archive.size() < format::localSize) return false;
+    ByteCursor header(archive, format::localFlagsOffset, ZipReader::Failure::notAZip());
+    return (header.u16() & format::encryptionFlags) != 0;
+}
+
 // Zip64 and split archives would otherwise fail later with a misleading "damaged" message.
 // A zip64 locator alone is not enough: Info-ZIP zip writes zip64 end records for input read
 // from a pipe even when every value fits the 32-bit fields, and such archives read fine. Only a
 // field that holds the "see the zip64 record" marker makes the archive unreadable here.
 void refuseUnsupportedArchive(std::span<const std::byte> archive, const EndRecord& end) {
+    if (firstEntryIsEncrypted(archive)) throw ZipReader::Failure::unsupportedFeature("encryption");
     const bool locator =
         end.position >= format::zip64LocatorSize &&
         signatureAt(archive, end.position - format::zip64LocatorSize, format::zip64LocatorSignature);
@@ -76,7 +85,7 @@ void refuseUnsupportedArchive(std::span<const std::byte> archive, const EndRecor
 
 void refuseUnsupportedEntry(std::uint16_t flags, std::uint16_t startDisk, std::uint32_t compressedSize,
                             std::uint32_t uncompressedSize, std::uint32_t localHeaderOffset) {
-    if ((flags & format::encryptedFlag) != 0) throw ZipReader::Failure::unsupportedFeature("encryption");
+    if ((flags & format::encryptionFlags) != 0) throw ZipReader::Failure::unsupportedFeature("encryption");
     if (compressedSize == format::zip64Marker || uncompressedSize == format::zip64Marker ||
         localHeaderOffset == format::zip64Marker || startDisk == 0xFFFF) {
         throw ZipReader::Failure::unsupportedFeature("zip64 extensions");

@@ -33,8 +33,11 @@ inline constexpr std::uint64_t centralSize = 46;
 inline constexpr std::uint32_t localSignature = 0x04034B50;
 inline constexpr std::uint64_t localSize = 30;
 
-// General-purpose flag bit 0: the entry is encrypted.
-inline constexpr std::uint16_t encryptedFlag = 0x0001;
+// General-purpose flags that mean encryption: bit 0 (the entry is encrypted), bit 6 (strong
+// encryption) and bit 13 (the central directory is encrypted and local headers are masked).
+inline constexpr std::uint16_t encryptionFlags = 0x2041;
+// Where a local header keeps its flags.
+inline constexpr std::uint64_t localFlagsOffset = 6;
 
 inline constexpr std::uint16_t stored = 0;
 inline constexpr std::uint16_t deflated = 8;

@@ -57,9 +57,11 @@ struct ZipReader {
 
     // Writes every file entry below `into`, creating the folders they need, and returns the
     // names written in central-directory order. Every name is checked before anything is written.
-    // Stops at the first failure and leaves what it wrote.
+    // Stops at the first failure and leaves what it wrote. `writing` hears each name before its
+    // entry is written, so a caller can tell which entry a failure belongs to.
     static std::vector<std::string> unpack(std::span<const std::byte> archive,
-                                           const std::filesystem::path& into);
+                                           const std::filesystem::path& into,
+                                           const std::function<void(const std::string& name)>& writing = {});
 };
 
 // Why an archive cannot be read; what() is the text shown to the user.

@@ -8,14 +8,62 @@ namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-TEST(StoreCommandsTest, StatusIsReadyWithTheContainerOfTheEntitledGroup) {
+// One command: its exit status, the start of standard output and a piece of standard error.
+struct Step {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out, err;
+};
+
+// One bundle, one command after another.
+TEST(StoreCommandsTest, CommandsInTurnOnOneContainer) {
     CliBundle cli;
-    auto result = cli.run({"status"});
-    EXPECT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_EQ(result.out, "status: ready\ngroup: group.cli.test\ncontainer: " +
-                              (cli.containers() / "group.cli.test").string() +
-                              "\nvoices: " + cli.voices().string() + "\n");
-    EXPECT_TRUE(fs::is_directory(cli.containers() / "group.cli.test"));
+    const Step before[] = {
+        {{"status"},
+         0,
+         "status: ready\ngroup: group.cli.test\ncontainer: " +
+             (cli.containers() / "group.cli.test").string() + "\nvoices: " + cli.voices().string() + "\n",
+         ""},
+        {{"packs"}, 0, "No voice packs installed.\n", ""},
+    };
+    const std::string notAVoice = "is not a voice";
+    const Step after[] = {
+        {{"packs"},
+         0,
+         "ios5/de-DE\tAnna\t1 KB\nios5/en-US\tSamantha\t1 KB\nios6/en-US\tSamantha\t12.3 MB\n",
+         ""},
+        {{"dictionaries"}, 0, "Added 2 dictionary files.\n", ""},  // the compact data's, for ios5/en-US
+        {{"dictionaries"}, 0, "Added 0 dictionary files.\n", ""},
+        {{"remove", "ios6/en-US"}, 0, "", ""},
+        {{"remove", "ios6/en-US"}, 1, "", "No such file or directory"},
+        {{"remove", "ios6/../../.."}, 1, "", notAVoice},
+        {{"remove", "ios9/en-US"}, 1, "", notAVoice},
+        {{"remove", "en-US"}, 1, "", notAVoice},
+        {{"packs"}, 0, "ios5/de-DE\tAnna\t1 KB\nios5/en-US\tSamantha\t1 KB\n", ""},
+        {{"remove-all"}, 0, "", ""},
+        {{"remove-all"}, 0, "", ""},
+        {{}, 1, "", ""},
+        {{"frobnicate"}, 1, "", ""},
+        {{"remove"}, 1, "", ""},
+        {{"--help"}, 0, "", ""},
+    };
+    const auto run = [&cli](const Step& step) {
+        const ProcessResult result = cli.run(step.arguments);
+        const std::string shown = step.arguments.empty() ? "(none)" : step.arguments.back();
+        EXPECT_EQ(result.exitStatus, step.status) << shown << ": " << result.err;
+        EXPECT_TRUE(result.out.starts_with(step.out)) << shown << ": " << result.out;
+        EXPECT_NE(result.err.find(step.err), std::string::npos) << shown << ": " << result.err;
+    };
+    for (const auto& step : before) run(step);
+    cli.installPack("ios6/en-US", "Samantha", 12'300'000);
+    cli.installPack("ios5/de-DE", "Anna", 1000);
+    cli.installPack("ios5/en-US", "Samantha", 1000);
+    auto json = nlohmann::json::parse(cli.run({"packs", "--json"}).out);
+    EXPECT_EQ(json.at(2)["label"], "iOS 6");
+    EXPECT_EQ(json.at(2)["directory"], (cli.voices() / "ios6/en-US").string());
+    EXPECT_GT(json.at(2)["sizeInBytes"].get<std::int64_t>(), 12'300'000);
+    for (const auto& step : after) run(step);
+    EXPECT_FALSE(fs::exists(cli.voices()));
 }
 
 TEST(StoreCommandsTest, StatusExplainsAMissingEntitlement) {
@@ -27,74 +75,6 @@ TEST(StoreCommandsTest, StatusExplainsAMissingEntitlement) {
         result.out.starts_with("status: notEntitled\nThis copy of the app was signed without the App "
                                "Group entitlement"))
         << result.out;
-}
-
-TEST(StoreCommandsTest, PacksListsReleaseLocaleNameAndSize) {
-    CliBundle cli;
-    EXPECT_EQ(cli.run({"packs"}).out, "No voice packs installed.\n");
-    cli.installPack("ios6/en-US", "Samantha", 12'300'000);
-    cli.installPack("ios5/de-DE", "Anna", 1000);
-
-    auto result = cli.run({"packs"});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, "ios5/de-DE\tAnna\t1 KB\nios6/en-US\tSamantha\t12.3 MB\n");
-
-    auto json = nlohmann::json::parse(cli.run({"packs", "--json"}).out);
-    ASSERT_EQ(json.size(), 2u);
-    EXPECT_EQ(json[1]["release"], "ios6");
-    EXPECT_EQ(json[1]["label"], "iOS 6");
-    EXPECT_EQ(json[1]["locale"], "en-US");
-    EXPECT_EQ(json[1]["name"], "Samantha");
-    EXPECT_GT(json[1]["sizeInBytes"].get<std::int64_t>(), 12'300'000);
-    EXPECT_EQ(json[1]["directory"], (cli.voices() / "ios6/en-US").string());
-}
-
-TEST(StoreCommandsTest, RemoveTakesOnePackAndRefusesWhatIsNotThere) {
-    CliBundle cli;
-    cli.installPack("ios6/en-US", "Samantha", 10);
-    cli.installPack("ios6/fr-FR", "Thomas", 10);
-
-    auto result = cli.run({"remove", "ios6/en-US"});
-    EXPECT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_FALSE(fs::exists(cli.voices() / "ios6/en-US"));
-    EXPECT_TRUE(fs::exists(cli.voices() / "ios6/fr-FR"));
-
-    result = cli.run({"remove", "ios6/en-US"});
-    EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_NE(result.err.find("No such file or directory"), std::string::npos) << result.err;
-
-    for (const char* bad : {"ios6/../../..", "ios9/en-US", "en-US"}) {
-        result = cli.run({"remove", bad});
-        EXPECT_EQ(result.exitStatus, 1) << bad;
-        EXPECT_NE(result.err.find("is not a voice"), std::string::npos) << result.err;
-    }
-    EXPECT_TRUE(fs::exists(cli.voices() / "ios6/fr-FR"));
-}
-
-TEST(StoreCommandsTest, RemoveAllEmptiesTheVoiceRoot) {
-    CliBundle cli;
-    cli.installPack("ios6/en-US", "Samantha", 10);
-    EXPECT_EQ(cli.run({"remove-all"}).exitStatus, 0);
-    EXPECT_FALSE(fs::exists(cli.voices()));
-    EXPECT_EQ(cli.run({"remove-all"}).exitStatus, 0);
-}
-
-TEST(StoreCommandsTest, DictionariesCopiesWhatPacksLackOnce) {
-    CliBundle cli;
-    cli.installPack("ios5/en-US", "Samantha", 10);
-    auto result = cli.run({"dictionaries"});
-    EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.out, "Added 2 dictionary files.\n");
-    EXPECT_EQ(readFile(cli.voices() / "ios5/en-US/en_userdct.dat"), "dictionary");
-    EXPECT_EQ(cli.run({"dictionaries"}).out, "Added 0 dictionary files.\n");
-}
-
-TEST(StoreCommandsTest, UnknownCommandsAndMissingArgumentsFail) {
-    CliBundle cli;
-    EXPECT_EQ(cli.run({}).exitStatus, 1);
-    EXPECT_EQ(cli.run({"frobnicate"}).exitStatus, 1);
-    EXPECT_EQ(cli.run({"remove"}).exitStatus, 1);
-    EXPECT_EQ(cli.run({"--help"}).exitStatus, 0);
 }
 
 }  // namespace

@@ -54,6 +54,9 @@ TEST(CatalogTest, FaultyAssetsAreSkippedAndDocumentsWithoutAssetsFail) {
         {"FormatVersion", ""},
         {"Language", ""},
         {"Language", dataValue(sha1Of("en-US"))},
+        {"Language", stringValue("en/US")},  // not one plain name: no folder could hold the pack
+        {"Language", stringValue("..")},
+        {"Language", stringValue("")},
         {"__BaseURL", ""},
         {"__BaseURL", stringValue("not an address ")},
         {"__RelativePath", ""},

@@ -3,6 +3,7 @@
 #include "Fixtures.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
+#include "enhanced/HttpTransfer.h"
 #include "support/Files.h"
 
 namespace velmora::test {
@@ -28,6 +29,15 @@ void archiveRoutes(httplib::Server& routes) {
             sink.done();
             return true;
         });
+    });
+    // Sends half the body and then nothing for 3 seconds.
+    routes.Get("/silent", [](const httplib::Request&, httplib::Response& response) {
+        response.set_content_provider(body.size(), "application/zip",
+                                      [](std::size_t at, std::size_t, httplib::DataSink& sink) {
+                                          if (at == 0) return sink.write(body.data(), body.size() / 2);
+                                          std::this_thread::sleep_for(std::chrono::seconds(3));
+                                          return false;
+                                      });
     });
     // Announces the whole body and closes the connection after half of it.
     routes.Get("/dropped", [](const httplib::Request&, httplib::Response& response) {
@@ -97,6 +107,16 @@ TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
     }
     EXPECT_THROW(DownloadJob(0, {}).run(server_.url("/status/404"), destination_),
                  EnhancedVoiceCatalog::Failure);
+}
+
+TEST_F(DownloadJobTest, AServerSilentForTheStallLimitEndsTheTransfer) {
+    HttpTransfer transfer(server_.url("/silent"), std::chrono::seconds(1));
+    try {
+        transfer.run([](std::span<const std::byte>, std::int64_t) {}, {});
+        ADD_FAILURE() << "the transfer ended normally";
+    } catch (const std::exception& error) {
+        EXPECT_STREQ(error.what(), "The server stopped answering for 1 second.");
+    }
 }
 
 }  // namespace

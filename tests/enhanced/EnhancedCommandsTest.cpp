@@ -25,6 +25,21 @@ protected:
                               assetXml("4", "de-DE", {base, {"_Measurement", dataValue(sha1Of("other"))}})}));
     }
 
+    // Runs velmora-cli with `arguments` and sends it Ctrl-C as soon as its output holds `cue`;
+    // job control (set -m) keeps the signal from being ignored.
+    ProcessResult interruptedAt(const std::string& cue, const std::vector<std::string>& arguments) const {
+        std::vector<std::string> script{
+            "-c",
+            "set -m; \"$0\" \"${@:3}\" >\"$1/out\" 2>\"$1/err\" & set +m\n"
+            "while kill -0 $! && ! grep -qs \"$2\" \"$1/out\"; do sleep 0.01; done\n"
+            "kill -INT $!; wait $!; status=$?; cat \"$1/out\"; cat \"$1/err\" >&2; exit $status",
+            (bundle_.folder() / "velmora-cli").string(), files_.path().string(), cue};
+        script.insert(script.end(), arguments.begin(), arguments.end());
+        return runProcess(
+            "/bin/bash", script,
+            {{"VELMORA_APP_GROUPS_ROOT", bundle_.containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+    }
+
     const std::string archive_ = makeZip({"voice/broker.hdr.asset", "Amelie", "voice/voice.dat", "data"});
     TempDir files_;
     LoopbackServer server_{[this](httplib::Server& s) { s.set_mount_point("/", files_.path()); }};
@@ -69,23 +84,44 @@ TEST_F(EnhancedCommandsTest, FailuresExitWithTheErrorText) {
         EXPECT_EQ(failed.err, "velmora-cli: " + error + "\n");
     }
 
-    // Ctrl-C once the download has begun; job control (set -m) keeps the signal from being ignored.
-    const auto interrupted = runProcess(
-        "/bin/bash",
-        {"-c",
-         "set -m; \"$0\" install ios6/it-IT >\"$1/out\" 2>\"$1/err\" &\n"
-         "while kill -0 $! && ! grep -q 'ios6/it-IT: downloading' \"$1/out\"; do sleep 0.05; done\n"
-         "kill -INT $!; wait $!; status=$?; cat \"$1/err\"; exit $status",
-         (bundle_.folder() / "velmora-cli").string(), bundle_.containers().parent_path().string()},
-        {{"VELMORA_APP_GROUPS_ROOT", bundle_.containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+    const auto interrupted = interruptedAt("ios6/it-IT: downloading", {"install", "ios6/it-IT"});
     EXPECT_EQ(interrupted.exitStatus, 1);
-    EXPECT_EQ(interrupted.out, "velmora-cli: ios6/it-IT: The download was cancelled.\n");
+    EXPECT_EQ(interrupted.err, "velmora-cli: ios6/it-IT: The download was cancelled.\n");
     EXPECT_TRUE(fs::is_empty(bundle_.voices() / ".staging"));
     EXPECT_FALSE(fs::exists(bundle_.voices() / "ios6/it-IT"));
     ::setenv("VELMORA_CATALOG_URL", server_.url("/missing.xml").c_str(), 1);
     const auto missing = bundle_.run({"catalog"});
     EXPECT_EQ(missing.exitStatus, 1);
     EXPECT_EQ(missing.err, "velmora-cli: Apple's voice catalog answered with HTTP 404.\n");
+}
+
+TEST_F(EnhancedCommandsTest, CtrlCWhileUnpackingSaysAtOnceThatTheInstallFinishes) {
+    // Enough to unpack for a good fraction of a second.
+    const auto big = files_ / "en-GB.zip";
+    const auto written =
+        runProcess("/usr/bin/python3", {"-c",
+                                        "import random, sys, zipfile\n"
+                                        "data = random.Random(1).randbytes(1 << 20)\n"
+                                        "with zipfile.ZipFile(sys.argv[1], 'w') as archive:\n"
+                                        "    archive.writestr('voice/broker.hdr.asset', 'Kate')\n"
+                                        "    for i in range(100): archive.writestr(f'voice/{i}.dat', data)\n",
+                                        big.string()});
+    ASSERT_EQ(written.exitStatus, 0) << written.err;
+    const std::pair<std::string, std::string> base{"__BaseURL", stringValue(server_.url("/"))};
+    writeFile(files_ / "catalog.xml",
+              catalogXml({assetXml("4", "en-GB", {base, {"_Measurement", dataValue(sha1Of(readFile(big)))}}),
+                          assetXml("4", "fr-FR", {base, {"_Measurement", dataValue(sha1Of(archive_))}})}));
+
+    const auto result = interruptedAt("ios6/en-GB: unpacking", {"install", "ios6/en-GB", "ios6/fr-FR"});
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_NE(result.out.find("ios6/en-GB: unpacking\nios6/en-GB: installed, "), std::string::npos)
+        << result.out;
+    EXPECT_EQ(result.err,
+              "velmora-cli: ios6/en-GB: the install is finishing and cannot be stopped now.\n"
+              "velmora-cli: ios6/fr-FR: The download was cancelled.\n");
+    EXPECT_EQ(readFile(bundle_.voices() / "ios6/en-GB/broker.hdr"), "Kate");
+    EXPECT_FALSE(fs::exists(bundle_.voices() / "ios6/fr-FR"));
+    EXPECT_TRUE(fs::is_empty(bundle_.voices() / ".staging"));
 }
 
 }  // namespace

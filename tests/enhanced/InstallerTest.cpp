@@ -39,17 +39,21 @@ protected:
                 sha1Of(archive),
                 "1.0"};
     }
+    enum class StopAt { never, transferEnd, unpacking };
     // Runs the pipeline and returns what happened in order: the callbacks ("progress 1" for the
-    // exact end), then "installed SIZE" or the error's text. Cancels once a report reaches `cancelAt`.
-    static std::vector<std::string> install(const EnhancedVoice& voice, double cancelAt = 2) {
+    // exact end), then "installed SIZE" or the error's text. Requests a stop from the report named.
+    static std::vector<std::string> install(const EnhancedVoice& voice, StopAt stopAt = StopAt::never) {
         std::vector<std::string> events;
         std::stop_source stop;
         const auto progress = [&](double fraction) {
-            if (fraction >= cancelAt) stop.request_stop();
+            if (fraction == 1.0 && stopAt == StopAt::transferEnd) stop.request_stop();
             events.push_back(fraction == 1.0 ? "progress 1" : "progress");
         };
         try {
-            const auto unpacking = [&] { events.push_back("unpacking"); };
+            const auto unpacking = [&] {
+                if (stopAt == StopAt::unpacking) stop.request_stop();
+                events.push_back("unpacking");
+            };
             const auto size = EnhancedVoiceManager::download(voice, progress, unpacking, stop.get_token());
             events.push_back("installed " + std::to_string(size));
         } catch (const std::exception& error) {
@@ -67,23 +71,25 @@ TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
     const std::string mismatch = "The download did not match the checksum Apple published.";
     const std::string noVoice = "The download did not contain a voice.";
     const std::function<void(EnhancedVoice&)> same = [](auto&) {};
-    // Archive, change to the voice, report at which to cancel, error's text or start, unpacking reported.
-    const std::tuple<std::string, std::function<void(EnhancedVoice&)>, double, std::string, bool> cases[] = {
-        {good, [](auto& v) { v.digest[19] ^= std::byte{1}; }, 2, mismatch, false},
-        {good, [](auto& v) { v.digest.resize(16); }, 2, mismatch, false},
-        {makeZip({"a/", "", "a/b/", ""}), same, 2, noVoice, true},
-        {makeZip({"a/Broker.hdr.asset", "x"}), same, 2, noVoice, true},
-        {makeZip({"v/broker.hdr", "x", "v/broker.hdr.asset", "y"}), same, 2, "filesystem error", true},
-        {makeZip({"../escaped/broker.hdr.asset", "x"}), same, 2, "The archive holds an unsafe", true},
-        {good, [](auto& v) { v.installedSize = std::int64_t{1} << 62; }, 2, "There is not enough free", true},
-        {good, same, 1, "The download was cancelled.", false}};  // as the transfer ends
-    for (const auto& [archive, change, cancelAt, text, unpacking] : cases) {
+    const auto never = StopAt::never;
+    // Archive, change to the voice, report that stops, error's text or start, unpacking reported.
+    const std::tuple<std::string, std::function<void(EnhancedVoice&)>, StopAt, std::string, bool> cases[] = {
+        {good, [](auto& v) { v.digest[19] ^= std::byte{1}; }, never, mismatch, false},
+        {good, [](auto& v) { v.digest.resize(16); }, never, mismatch, false},
+        {makeZip({"a/", "", "a/b/", ""}), same, never, noVoice, true},
+        {makeZip({"a/Broker.hdr.asset", "x"}), same, never, noVoice, true},
+        {makeZip({"v/broker.hdr", "x", "v/broker.hdr.asset", "y"}), same, never, "filesystem error", true},
+        {makeZip({"../escaped/broker.hdr.asset", "x"}), same, never, "The archive holds an unsafe", true},
+        {good, [](auto& v) { v.installedSize = std::int64_t{1} << 62; }, never, "There is not enough free",
+         true},
+        {good, same, StopAt::transferEnd, "The download was cancelled.", false}};
+    for (const auto& [archive, change, stopAt, text, unpacking] : cases) {
         fs::remove_all(voices());
         writeFile(voices() / "ios6/en-US/broker.hdr", "Old");
         writeFile(voices() / "ios6/en-US/old.dat", "old");
         EnhancedVoice voice = serve(archive);
         change(voice);
-        const auto events = install(voice, cancelAt);
+        const auto events = install(voice, stopAt);
         EXPECT_TRUE(events.back().starts_with(text)) << events.back();
         EXPECT_EQ(std::ranges::count(events, "unpacking"), unpacking ? 1 : 0) << text;
         EXPECT_EQ(pack(), "broker.hdr=Old old.dat=old") << text;
@@ -93,6 +99,15 @@ TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
                  "There is not enough free space for this voice: it needs 2.5 MB and only 1 MB are free.");
     // This process has a container, so no explanation applies.
     EXPECT_STREQ(InstallFailure::noContainer().what(), "The shared voice folder is unavailable.");
+}
+
+TEST_F(InstallerTest, AStopWhileUnpackingStillInstallsTheArchivesFirstHeader) {
+    std::vector<std::string> entries;
+    for (const std::string folder : {"m", "a", "z", "q", "c", "x", "f", "k"})
+        entries.insert(entries.end(), {folder + "/broker.hdr.asset", folder});
+    const auto events = install(serve(makeZip(entries)), StopAt::unpacking);
+    EXPECT_TRUE(events.back().starts_with("installed ")) << events.back();
+    EXPECT_EQ(pack(), "broker.hdr=m en_userdct.dat=dictionary user_rules.txt=rules");
 }
 
 TEST_F(InstallerTest, InstallsReinstallsAndInstallsAtOnceSweepingOnlyAbandonedStaging) {

@@ -45,14 +45,32 @@ TEST(PronunciationRulesTest, ReplacesWholeWordsInOrderAndLeavesMarkupAlone) {
         {"Dr. Who", "Dr Who"},
         {"  Mac OS X \n\t blanks  ", "Mac OS ten blanks"},
     };
-    for (const auto& [text, expected] : cases) EXPECT_EQ(rules.applyToText(text), expected) << text;
-    EXPECT_EQ(rules.applyToSsml("<speak xml:lang=\"ios\">ios <break/> Dr.</speak>"),
+    auto text = [&](std::string_view t) { return rules.applyToText(SourceMappedText(t)).text(); };
+    auto ssml = [&](std::string_view t) { return rules.applyToSsml(SourceMappedText(t)).text(); };
+    for (const auto& [written, expected] : cases) EXPECT_EQ(text(written), expected) << written;
+    EXPECT_EQ(ssml("<speak xml:lang=\"ios\">ios <break/> Dr.</speak>"),
               "<speak xml:lang=\"ios\">I O S <break/> Dr</speak>");
-    EXPECT_EQ(rules.applyToSsml("ios <unclosed ios"), "I O S <unclosed ios");
+    EXPECT_EQ(ssml("ios <unclosed ios"), "I O S <unclosed ios");
+}
+
+// Word positions the engine reports in the rewritten text lead back to the client's words.
+TEST(PronunciationRulesTest, RewrittenTextKnowsWhereEachPartCameFrom) {
+    const PronunciationRules rules({{"Dr.", "Doctor"}, {"Doctor", "Dr"}, {"ios", "I O S"}});
+    const auto spoken = rules.applyToText(SourceMappedText("  Dr.  Who uses\tios now"));
+    ASSERT_EQ(spoken.text(), "Dr Who uses I O S now");
+    const struct {
+        std::size_t begin, end, originBegin, originEnd;
+    } cases[] = {{0, 2, 2, 5},     {3, 6, 7, 10},    {2, 3, 5, 6},    {12, 17, 16, 19},
+                 {14, 15, 16, 19}, {18, 21, 20, 23}, {21, 21, 23, 23}};
+    for (const auto& c : cases) {
+        const auto origin = spoken.origin(c.begin, c.end);
+        EXPECT_EQ(std::pair(origin.begin, origin.end), std::pair(c.originBegin, c.originEnd)) << c.begin;
+    }
 }
 
 TEST(PronunciationRulesTest, StopsRulesThatGrowTheTextWithoutBound) {
-    const std::string text = PronunciationRules(std::vector<Rule>(40, Rule{"-", "--"})).applyToText("-");
+    const std::string text =
+        PronunciationRules(std::vector<Rule>(40, Rule{"-", "--"})).applyToText(SourceMappedText("-")).text();
     EXPECT_LE(text.size(), PronunciationRules::maximumTextSize);
     EXPECT_GE(text.size(), PronunciationRules::maximumTextSize / 2);
 }

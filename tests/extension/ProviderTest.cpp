@@ -17,6 +17,7 @@
 
 #include "speech/PipeReader.h"
 #include "speech/SpielBus.h"
+#include "speech/StreamParser.h"
 #include "store/BrokerHeader.h"
 #include "store/VoiceStore.h"
 #include "support/Files.h"
@@ -25,9 +26,16 @@ namespace velmora::test {
 namespace fs = std::filesystem;
 namespace {
 
-using Samples = std::vector<std::int16_t>;
+using Samples = std::vector<float>;
+
+// What a stream carried: its samples and its events.
+struct Spoken {
+    Samples samples;
+    std::vector<StreamEvent> events;
+};
 
 constexpr const char* providerBus = "com.tarvenholt.Velmora.Speech.Provider";
+constexpr const char* announcedFormat = "audio/x-spiel,format=S16LE,channels=1,rate=22050";
 constexpr std::chrono::seconds streamLimit{30};
 const fs::path resources = fs::path(VELMORA_APPEX_DIR) / "Resources";
 
@@ -49,38 +57,54 @@ std::string voiceId(const std::string& release, const std::string& locale) {
     throw std::invalid_argument("no voice listed for " + release + "/" + locale);
 }
 
-// Sends a Synthesize call; its stream arrives on the returned read end.
-std::pair<UniqueFd, std::shared_ptr<SynthesisReply>> startSpeaking(SynthesisRequest request) {
+// Sends a Synthesize call, from `client`; its stream arrives on the returned read end.
+std::pair<UniqueFd, std::shared_ptr<SynthesisReply>> startSpeaking(SynthesisRequest request,
+                                                                   SpielBus& client = bus()) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     UniqueFd readEnd(ends[0]);
     // The call sends a copy of the write end, so the stream ends when the provider closes it.
     const UniqueFd writeEnd(ends[1]);
     request.busName = providerBus;
-    auto reply = bus().synthesize(request, writeEnd.get(), streamLimit);
+    auto reply = client.synthesize(request, writeEnd.get(), streamLimit);
     return {std::move(readEnd), std::move(reply)};
 }
 
-// The raw S16LE samples of a stream, or absent when it stalled.
-std::optional<Samples> readToEnd(UniqueFd readEnd) {
+// A whole stream in the format the voices announce, read as the speech client reads it; absent
+// when it stalled or is not such a stream.
+std::optional<Spoken> readSpoken(UniqueFd readEnd) {
     PipeReader reader(std::move(readEnd), {}, streamLimit);
-    std::vector<std::byte> bytes, buffer(16384);
+    StreamParser parser(*StreamFormat::parse(announcedFormat));
+    Spoken spoken;
+    std::vector<std::byte> buffer(16384);
     auto event = PipeReader::Event::data;
     for (std::size_t count = 0; event == PipeReader::Event::data;) {
         event = reader.read(buffer, count);
-        bytes.insert(bytes.end(), buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+        const PcmBuffer pcm = parser.feed(std::span(buffer).first(count));
+        spoken.samples.insert(spoken.samples.end(), pcm.samples.begin(), pcm.samples.end());
+        for (auto& streamEvent : parser.takeEvents()) spoken.events.push_back(std::move(streamEvent));
     }
-    if (event != PipeReader::Event::endOfFile) return std::nullopt;
-    Samples samples(bytes.size() / 2);
-    if (!samples.empty()) std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
-    return samples;
+    if (event != PipeReader::Event::endOfFile || parser.finish() != StreamParser::Status::complete)
+        return std::nullopt;
+    return spoken;
+}
+
+std::optional<Samples> readToEnd(UniqueFd readEnd) {
+    auto spoken = readSpoken(std::move(readEnd));
+    if (!spoken) return std::nullopt;
+    return std::move(spoken->samples);
+}
+
+Spoken speakWithEvents(const std::string& text, const std::string& voice, double pitch = 1.0,
+                       double rate = 1.0, bool ssml = false, const std::string& language = {}) {
+    auto spoken = readSpoken(startSpeaking({{}, text, voice, pitch, rate, ssml, language}).first);
+    EXPECT_TRUE(spoken.has_value()) << "the stream for \"" << text << "\" did not end well";
+    return spoken.value_or(Spoken{});
 }
 
 Samples speak(const std::string& text, const std::string& voice, double pitch = 1.0, double rate = 1.0,
               bool ssml = false) {
-    auto samples = readToEnd(startSpeaking({{}, text, voice, pitch, rate, ssml, {}}).first);
-    EXPECT_TRUE(samples.has_value()) << "the stream for \"" << text << "\" did not end";
-    return samples.value_or(Samples{});
+    return speakWithEvents(text, voice, pitch, rate, ssml).samples;
 }
 
 double seconds(const Samples& samples) { return static_cast<double>(samples.size()) / 22050.0; }
@@ -107,11 +131,20 @@ protected:
 
 const std::string sentence = "This is the enhanced voice, read from the pack.";
 
-TEST_F(ProviderTest, ListsEveryCompactVoiceWithItsIdentifierNameAndFormat) {
+TEST_F(ProviderTest, ListsEveryCompactVoiceWithItsIdentifierNameFormatFeaturesAndLanguages) {
     auto connection = sdbus::createSessionBusConnection();
     auto provider = sdbus::createProxy(*connection, providerBus, SpielBus::objectPath(providerBus));
     EXPECT_EQ(provider->getProperty("Name").onInterface(SpielBus::providerInterface).get<std::string>(),
               "Velmora Voice");
+    // Word, sentence and mark events; say-as characters, break, sub, emphasis, prosody, s and p.
+    const std::uint64_t honoured =
+        1 << 0 | 1 << 1 | 1 << 3 | 1 << 6 | 1 << 14 | 1 << 15 | 1 << 17 | 1 << 18 | 1 << 19;
+    using VoiceRecord =
+        sdbus::Struct<std::string, std::string, std::string, std::uint64_t, std::vector<std::string>>;
+    for (const auto& record : provider->getProperty("Voices")
+                                  .onInterface(SpielBus::providerInterface)
+                                  .get<std::vector<VoiceRecord>>())
+        EXPECT_EQ(std::get<3>(record), honoured) << std::get<1>(record);
 
     std::size_t onDisk = 0;
     for (const auto& release : VoiceRelease::all()) {
@@ -128,8 +161,10 @@ TEST_F(ProviderTest, ListsEveryCompactVoiceWithItsIdentifierNameAndFormat) {
                 std::ranges::find_if(listedVoices(), [&](auto& v) { return v.voice.identifier == id; });
             ASSERT_NE(voice, listedVoices().end()) << id;
             EXPECT_EQ(voice->voice.name, *name + " (" + release.label + ")");
-            EXPECT_EQ(voice->languages, std::vector<std::string>{locale});
-            EXPECT_EQ(voice->outputFormat, "audio/x-raw,format=S16LE,channels=1,rate=22050");
+            const auto languages = locale.starts_with("zh-") ? std::vector<std::string>{locale, "en-US"}
+                                                             : std::vector<std::string>{locale};
+            EXPECT_EQ(voice->languages, languages);
+            EXPECT_EQ(voice->outputFormat, announcedFormat);
             ++locales;
         }
         EXPECT_GE(locales, 5) << release.name;
@@ -153,7 +188,7 @@ TEST_F(ProviderTest, VoicesSpeakTheSameEveryTimeEvenAtOnceAndSoundApart) {
     for (const auto& voice : voices) {
         references.push_back(speak(text, voice));
         ASSERT_GT(seconds(references.back()), 1.0) << voice;
-        EXPECT_GT(*std::ranges::max_element(references.back()), 1600) << voice << " is next to silent";
+        EXPECT_GT(*std::ranges::max_element(references.back()), 0.05f) << voice << " is next to silent";
         EXPECT_EQ(speak(text, voice), references.back()) << voice;
     }
     EXPECT_EQ(std::set<Samples>(references.begin(), references.end()).size(), voices.size());
@@ -174,14 +209,126 @@ TEST_F(ProviderTest, VoicesSpeakTheSameEveryTimeEvenAtOnceAndSoundApart) {
     }
 }
 
-TEST_F(ProviderTest, RateChangesHowLongTheUtteranceTakesAndOddValuesCountAsNormal) {
+// Over the interface's ranges (rate 0.1 to 10, pitch 0 to 2) both settings act monotonically:
+// slower rates take longer until espeak-ng's slowest speed, faster ones never take longer.
+TEST_F(ProviderTest, RateAndPitchActOverTheirWholeRangesAndOddValuesCountAsNormal) {
     const std::string voice = voiceId("ios4", "en-US");
-    const std::string text = "Settings, General, Accessibility.";
+    const std::string text = "The quick brown fox jumps over the lazy dog.";
     const auto normal = speak(text, voice);
-    EXPECT_LT(seconds(speak(text, voice, 1.0, 2.0)), seconds(normal) * 0.75);
-    EXPECT_GT(seconds(speak(text, voice, 1.0, 0.5)), seconds(normal) * 1.4);
+    std::vector<double> durations;
+    for (const double rate : {0.1, 0.5, 1.0, 2.0, 5.0, 10.0})
+        durations.push_back(seconds(speak(text, voice, 1.0, rate)));
+    for (std::size_t i = 1; i < durations.size(); ++i) {
+        if (i < 5)
+            EXPECT_LT(durations[i], durations[i - 1]) << "rate step " << i;
+        else
+            EXPECT_LE(durations[i], durations[i - 1]) << "rate step " << i;
+    }
+    EXPECT_GT(durations[0], 1.8 * seconds(normal));
+    EXPECT_LT(durations[4], 0.5 * seconds(normal));
+
+    std::set<Samples> pitches;
+    for (const double pitch : {0.0, 0.5, 1.0, 1.5, 2.0}) pitches.insert(speak(text, voice, pitch));
+    EXPECT_EQ(pitches.size(), 5u);
     EXPECT_EQ(speak(text, voice, std::nan(""), -3.0), normal);
-    EXPECT_GT(seconds(speak(text, voice, 1e300, 1e300)), 0.1);
+}
+
+// Events come in order, each before the sample where it happens, with ranges in characters of
+// the client's text, also where rules rewrote it ("iOS" is spoken as three letters).
+TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
+    using Type = StreamEvent::Type;
+    using Event = std::tuple<Type, std::uint32_t, std::uint32_t, std::string>;
+    const struct {
+        std::string text;
+        bool ssml;
+        std::vector<Event> expected;
+    } cases[] = {
+        {"Update iOS, café.",
+         false,
+         {{Type::sentence, 0, 0, ""},
+          {Type::word, 0, 6, ""},
+          {Type::word, 7, 10, ""},
+          {Type::word, 7, 10, ""},
+          {Type::word, 7, 10, ""},
+          {Type::word, 12, 16, ""}}},
+        {"<speak>Hello <mark name=\"here\"/>world</speak>",
+         true,
+         {{Type::sentence, 7, 7, ""},
+          {Type::word, 7, 12, ""},
+          {Type::mark, 32, 32, "here"},
+          {Type::word, 32, 37, ""}}},
+    };
+    for (const auto& c : cases) {
+        const Spoken spoken = speakWithEvents(c.text, voiceId("ios4", "en-US"), 1.0, 1.0, c.ssml);
+        std::vector<Event> events;
+        std::uint64_t previous = 0;
+        std::optional<std::uint64_t> previousWord;
+        for (const auto& event : spoken.events) {
+            events.emplace_back(event.type, event.rangeStart, event.rangeEnd, event.name);
+            EXPECT_GE(event.frame, previous) << c.text;
+            EXPECT_LT(event.frame, spoken.samples.size()) << c.text;
+            if (event.type == Type::word) {
+                EXPECT_TRUE(!previousWord || event.frame > *previousWord) << "two words at one sample";
+                previousWord = event.frame;
+            }
+            previous = event.frame;
+        }
+        EXPECT_EQ(events, c.expected) << c.text;
+    }
+}
+
+// A voice that lists several languages speaks the one asked for; any other request speaks the
+// voice's own.
+TEST_F(ProviderTest, ABilingualVoiceSpeaksTheLanguageAskedFor) {
+    const std::string voice = voiceId("ios6", "zh-TW");
+    const std::string text = "Hello, this is the weather.";
+    auto inLanguage = [&](const std::string& language) {
+        return speakWithEvents(text, voice, 1.0, 1.0, false, language).samples;
+    };
+    const auto own = inLanguage("");
+    EXPECT_EQ(inLanguage("zh_tw"), own);
+    EXPECT_EQ(inLanguage("fr-FR"), own);
+    EXPECT_NE(inLanguage("en-US"), own);
+}
+
+// A client that stops reading for longer than any reader would still gets every sample; what a
+// client cannot do is hold more than 32 utterances open at once.
+TEST_F(ProviderTest, AReaderThatPausesGetsEverythingAndOneClientHasABoundedNumberOfUtterances) {
+    const std::string voice = voiceId("ios5", "en-US");
+    const std::string text =
+        "A long utterance. " + sentence + " " + sentence + " " + sentence + " " + sentence;
+    const auto whole = speak(text, voice);
+    ASSERT_GT(seconds(whole), 5.0) << "the utterance fits into the pipe";
+    auto paused = std::async(std::launch::async, [&] {
+        auto [pipe, reply] = startSpeaking({{}, text, voice, 1, 1, false, {}});
+        std::this_thread::sleep_for(std::chrono::seconds(21));
+        return readToEnd(std::move(pipe));
+    });
+
+    const auto greedy = SpielBus::connectToSession();
+    std::vector<UniqueFd> open;
+    for (int i = 0; i < 32; ++i) {
+        auto [pipe, reply] = startSpeaking({{}, text, voice, 1, 1, false, {}}, *greedy);
+        ASSERT_TRUE(reply->wait(streamLimit, {}));
+        ASSERT_FALSE(reply->error()) << i << ": " << *reply->error();
+        open.push_back(std::move(pipe));
+    }
+    auto refused = startSpeaking({{}, text, voice, 1, 1, false, {}}, *greedy).second;
+    ASSERT_TRUE(refused->wait(streamLimit, {}));
+    EXPECT_TRUE(
+        refused->error().value_or("").starts_with("com.tarvenholt.Velmora.Speech.Provider.Error.Busy:"));
+    EXPECT_FALSE(speak(sentence, voice).empty()) << "another client is still served";
+
+    open.pop_back();  // that child ends, and the client may start another
+    std::optional<std::string> error = "not asked";
+    for (int attempt = 0; attempt < 50 && error; ++attempt) {
+        auto [pipe, reply] = startSpeaking({{}, "Again.", voice, 1, 1, false, {}}, *greedy);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        ASSERT_TRUE(reply->wait(streamLimit, {}));
+        error = reply->error();
+    }
+    EXPECT_FALSE(error) << *error;
+    EXPECT_EQ(paused.get(), whole);
 }
 
 TEST_F(ProviderTest, RulesMakeWrittenAndSpokenFormsSoundAlikeInTextAndSsml) {
@@ -317,7 +464,10 @@ TEST_F(ProviderTest, BadInputEndsInAudioOrAClosedStream) {
 
     auto [pipe, reply] =
         startSpeaking({{}, "Hello", "com.tarvenholt.Velmora.voice.ios9.xx-XX.Nobody", 1, 1, false, {}});
-    EXPECT_TRUE(readToEnd(std::move(pipe)).has_value()) << "unknown voice";
+    PipeReader reader(std::move(pipe), {}, streamLimit);
+    std::byte none[1];
+    std::size_t count = 0;
+    EXPECT_EQ(reader.read(none, count), PipeReader::Event::endOfFile) << "unknown voice";
     ASSERT_TRUE(reply->wait(streamLimit, {}));
     EXPECT_TRUE(reply->error().value_or("").starts_with(
         "com.tarvenholt.Velmora.Speech.Provider.Error.UnknownVoice:"));

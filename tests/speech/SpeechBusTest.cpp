@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <thread>
 
 #include "speech/NullOutput.h"
 #include "speech/ProviderControl.h"
+#include "speech/StreamFormat.h"
 #include "speech/Synthesizer.h"
 #include "speech/TestProviderVoices.h"
 
@@ -105,43 +107,57 @@ protected:
 
 TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
     std::vector<SpeechVoice> expected;
-    for (const char* set : {"chimes", "tones"}) {  // provider by provider, in bus name order
+    const std::pair<const char*, std::string> sets[] = {
+        {"chimes", test::chimesProvider}, {"formats", test::formatsProvider}, {"tones", test::tonesProvider}};
+    for (const auto& [set, provider] : sets) {  // provider by provider, in bus name order
         for (const auto& v : test::testVoices(set))
-            expected.push_back({v.identifier, v.name, v.languages.front()});
+            expected.push_back({v.identifier, v.name, v.languages.front(), provider});
     }
     EXPECT_EQ(system->voices(), expected);
     test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000",
                    {"ja-JP"});
     EXPECT_EQ(system->voices(), expected);
     system->updateSpeechVoices();
-    expected.insert(expected.begin() + 2, {"org.example.Late", "Late", "ja-JP"});
+    expected.insert(expected.begin() + std::ssize(test::testVoices("chimes")),
+                    {"org.example.Late", "Late", "ja-JP", test::chimesProvider});
     EXPECT_EQ(system->voices(), expected);
 }
 
+// Every sample format, raw and framed; two providers' voices of one identifier each speak in
+// their own format; a format that cannot be read gives the end buffer alone.
 TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
-    const struct {
-        std::string voice;
+    struct Case {
+        std::string voice, provider, format;
         std::size_t frames;
-        int channels;
-        double rate;
-    } cases[] = {{raw16, 2345, 1, 22050},
-                 {raw32, 40001, 2, 16000},
-                 {framed16, 1501, 2, 22050},
-                 {framed32, 7, 1, 44100}};
+    };
+    std::vector<Case> cases{{raw16, test::tonesProvider, "", 2345},
+                            {raw32, test::tonesProvider, "", 40001},
+                            {framed16, test::tonesProvider, "", 1501},
+                            {framed32, test::tonesProvider, "", 7},
+                            {"org.example.Plain", test::tonesProvider, "", 300}};
+    for (const auto& v : test::testVoices("formats"))
+        cases.push_back({v.identifier, test::formatsProvider, v.format, 333});
     for (const auto& c : cases) {
-        const auto rendered =
-            render(synthesizer, {.text = "tone " + std::to_string(c.frames), .voiceIdentifier = c.voice});
+        const auto rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames),
+                                                   .voiceIdentifier = c.voice,
+                                                   .voiceProvider = c.provider});
+        const auto listed = system->providerVoice(c.voice, c.provider);
+        ASSERT_TRUE(listed) << c.voice;
+        const auto format = StreamFormat::parse(listed->outputFormat);
         std::vector<float> tone;
-        for (std::size_t frame = 0; frame < c.frames; ++frame) {
-            for (int channel = 0; channel < c.channels; ++channel)
-                tone.push_back(test::toneSample(frame, channel));
+        for (std::size_t frame = 0; format && frame < c.frames; ++frame) {
+            for (int channel = 0; channel < format->channels; ++channel)
+                tone.push_back(test::decodedTone(format->sample, frame, channel));
         }
-        EXPECT_EQ(rendered.samples, tone) << c.voice;
+        EXPECT_EQ(rendered.samples, tone) << c.voice << " of " << c.provider;
+        const auto shape = format ? std::tuple(format->channels, format->sampleRate) : std::tuple(0, 0.0);
         EXPECT_EQ(
             std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
-            std::tuple(c.channels, c.rate, true, 0))
-            << c.voice;
+            std::tuple(std::get<0>(shape), std::get<1>(shape), true, 0))
+            << c.voice << " of " << c.provider;
     }
+    EXPECT_EQ(
+        std::ranges::count(system->voices(), std::string("org.example.Plain"), &SpeechVoice::identifier), 2);
 }
 
 TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlItself) {

@@ -10,8 +10,8 @@ using u32 = std::uint32_t;
 using Status = StreamParser::Status;
 using Outcome = std::tuple<std::vector<float>, Status, std::string>;  // samples, status, problem
 
-const StreamFormat rawS16Mono{false, StreamFormat::Sample::s16le, 1, 22050};
-const StreamFormat framedS16Mono{true, StreamFormat::Sample::s16le, 1, 8000};
+const StreamFormat rawS16Mono{false, SampleFormat::s16le(), 1, 22050};
+const StreamFormat framedS16Mono{true, SampleFormat::s16le(), 1, 8000};
 
 // The values' bytes in host order, which is little-endian wherever the tests run.
 template <typename T>
@@ -73,7 +73,7 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
          header + audio({std::byte{0x00}}) + event("mark") + audio({std::byte{0x40}}),
          {{0.5f}, Status::complete, ""}},
         {"raw F32LE stereo, half a frame",
-         {false, StreamFormat::Sample::f32le, 2, 16000},
+         {false, SampleFormat::f32le(), 2, 16000},
          raw<float>({0.5f, -1.5f, 0.125f}),
          {{0.5f, -1.5f}, Status::truncated, "the stream ended inside a sample frame"}},
         {"half a header",
@@ -107,15 +107,79 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
     }
 }
 
-TEST(StreamFormatTest, ReadsTheFormatProvidersNameAndRefusesWhatItCannotDecode) {
+TEST(StreamParserTest, ReportsEventsAtTheFramesOfAudioBeforeThem) {
+    const Bytes stream =
+        header + event("word") + audio(s16({1, 2, 3})) + event("") + audio(s16({4})) + event("x");
+    for (auto piece : {1u, 5u, 1000u}) {
+        StreamParser parser(framedS16Mono);
+        std::vector<StreamEvent> events;
+        for (std::size_t offset = 0; offset < stream.size(); offset += piece) {
+            parser.feed(
+                std::span(stream).subspan(offset, std::min<std::size_t>(piece, stream.size() - offset)));
+            for (auto& e : parser.takeEvents()) events.push_back(std::move(e));
+        }
+        using Type = StreamEvent::Type;
+        EXPECT_EQ(events,
+                  (std::vector<StreamEvent>{
+                      {Type::word, 4, 9, "word", 0}, {Type::word, 4, 9, "", 3}, {Type::word, 4, 9, "x", 4}}))
+            << piece;
+    }
+}
+
+// Every sample format of raw audio: full scale, zero and a half, from each one's own bytes.
+TEST(StreamFormatTest, DecodesEverySampleFormatTheInterfaceAllows) {
+    const struct {
+        const char* name;
+        std::vector<int> bytes;  // -1, 0 and 0.5 one after the other
+    } cases[] = {
+        {"S8", {0x80, 0x00, 0x40}},
+        {"U8", {0x00, 0x80, 0xC0}},
+        {"S16LE", {0x00, 0x80, 0, 0, 0x00, 0x40}},
+        {"S16BE", {0x80, 0x00, 0, 0, 0x40, 0x00}},
+        {"U16LE", {0, 0, 0x00, 0x80, 0x00, 0xC0}},
+        {"U16BE", {0, 0, 0x80, 0x00, 0xC0, 0x00}},
+        {"S24LE", {0, 0, 0x80, 0, 0, 0, 0, 0, 0x40}},
+        {"S24BE", {0x80, 0, 0, 0, 0, 0, 0x40, 0, 0}},
+        {"U24LE", {0, 0, 0, 0, 0, 0x80, 0, 0, 0xC0}},
+        {"U24BE", {0, 0, 0, 0x80, 0, 0, 0xC0, 0, 0}},
+        {"S32LE", {0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 0, 0x40}},
+        {"S32BE", {0x80, 0, 0, 0, 0, 0, 0, 0, 0x40, 0, 0, 0}},
+        {"U32LE", {0, 0, 0, 0, 0, 0, 0, 0x80, 0, 0, 0, 0xC0}},
+        {"U32BE", {0, 0, 0, 0, 0x80, 0, 0, 0, 0xC0, 0, 0, 0}},
+        {"F32LE", {0, 0, 0x80, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0x3F}},
+        {"F32BE", {0xBF, 0x80, 0, 0, 0, 0, 0, 0, 0x3F, 0, 0, 0}},
+        {"F64LE", {0, 0, 0, 0, 0, 0, 0xF0, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE0, 0x3F}},
+        {"F64BE", {0xBF, 0xF0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0xE0, 0, 0, 0, 0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        const auto format = StreamFormat::parse(std::string("audio/x-raw,format=") + c.name + ",rate=8000");
+        ASSERT_TRUE(format) << c.name;
+        Bytes bytes;
+        for (int b : c.bytes) bytes.push_back(static_cast<std::byte>(b));
+        EXPECT_EQ(parse(*format, bytes, 1), (Outcome{{-1.0f, 0.0f, 0.5f}, Status::complete, ""})) << c.name;
+    }
+}
+
+TEST(StreamFormatTest, ReadsTheFormatProvidersNameAndSaysWhyItCannotReadOne) {
     EXPECT_EQ(StreamFormat::parse("audio/x-raw, format=(string)F32LE, rate=(int)16000, channels=(int)6"),
-              (StreamFormat{false, StreamFormat::Sample::f32le, 6, 16000}));
-    for (const char* text :
-         {"audio/mpeg,format=S16LE,rate=22050", "audio/x-raw,format=S16BE,rate=22050",
-          "audio/x-raw,format=S16LE,channels=0,rate=22050", "audio/x-raw,channels=1,rate=22050",
-          "audio/x-raw,format=S16LE,channels=65,rate=8000", "audio/x-raw,format=S16LE,rate=0",
-          "audio/x-raw,format=S16LE,rate=99999999999", "audio/x-raw,format=S16LE,channels=1"}) {
-        EXPECT_FALSE(StreamFormat::parse(text)) << text;
+              (StreamFormat{false, SampleFormat::f32le(), 6, 16000}));
+    const std::pair<const char*, const char*> refused[] = {
+        {"audio/mpeg,format=S16LE,rate=22050", "it is audio/mpeg, not audio/x-raw or audio/x-spiel"},
+        {"audio/x-raw,format=S24_32LE,rate=22050",
+         "its samples are S24_32LE, which this program cannot read"},
+        {"audio/x-raw,format=S16,rate=22050", "its samples are S16, which this program cannot read"},
+        {"audio/x-raw,format=F16LE,rate=22050", "its samples are F16LE, which this program cannot read"},
+        {"audio/x-raw,format=S16LE,channels=0,rate=22050", "its channel count 0 is not 1 to 64"},
+        {"audio/x-raw,channels=1,rate=22050", "it names no sample format (format=)"},
+        {"audio/x-raw,format=S16LE,channels=65,rate=8000", "its channel count 65 is not 1 to 64"},
+        {"audio/x-raw,format=S16LE,rate=99999999999", "its sample rate 99999999999 is not 1 to 1000000"},
+        {"audio/x-spiel,format=S16LE,channels=1", "it names no sample rate (rate=)"},
+    };
+    for (const auto& [text, why] : refused) {
+        const FormatReading reading = StreamFormat::read(text);
+        EXPECT_FALSE(reading.format) << text;
+        EXPECT_EQ(reading.problem,
+                  "The voice's audio format \"" + std::string(text) + "\" cannot be read: " + why + ".");
     }
 }
 

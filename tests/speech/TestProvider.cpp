@@ -68,13 +68,8 @@ private:
     std::string blockBytes(std::size_t first, std::size_t count) const {
         std::string audio;
         for (std::size_t frame = first; frame < first + count; ++frame) {
-            for (int channel = 0; channel < format_.channels; ++channel) {
-                if (format_.sample == StreamFormat::Sample::s16le) {
-                    append(audio, toneValue(frame, channel));
-                } else {
-                    append(audio, toneSample(frame, channel));
-                }
-            }
+            for (int channel = 0; channel < format_.channels; ++channel)
+                audio += encodedTone(format_.sample, frame, channel);
         }
         if (!format_.framed) return audio;
         std::string chunks = "\x02\x01";

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "speech/StreamFormat.h"
 
 namespace velmora::test {
 
@@ -19,17 +22,46 @@ struct TestVoice {
 
 inline const std::string tonesProvider = "com.tarvenholt.Tones.Speech.Provider";
 inline const std::string chimesProvider = "com.tarvenholt.Chimes.Speech.Provider";
+inline const std::string formatsProvider = "com.tarvenholt.Formats.Speech.Provider";
 inline const std::string controlInterface = "com.tarvenholt.TestProvider.Control";
 
 inline std::vector<TestVoice> testVoices(const std::string& set) {
     const std::string marker = "com.tarvenholt.Velmora.voice.";
+    if (set == "formats") {
+        // One voice per sample format, then framed ones, one the client cannot read, and a
+        // voice whose identifier the tones provider offers too.
+        std::vector<TestVoice> voices;
+        const std::vector<std::string> formats{"S8",    "U8",    "S16LE", "S16BE", "U16LE", "U16BE",
+                                               "S24LE", "S24BE", "U24LE", "U24BE", "S32LE", "S32BE",
+                                               "U32LE", "U32BE", "F32LE", "F32BE", "F64LE", "F64BE"};
+        for (std::size_t i = 0; i < formats.size(); ++i) {
+            const std::string channels = i % 2 == 0 ? "1" : "2";
+            const std::string rate = std::to_string(8000 + 1000 * i);
+            voices.push_back({formats[i],
+                              "org.example.format." + formats[i],
+                              "audio/x-raw,format=" + formats[i] + ",channels=" + channels + ",rate=" + rate,
+                              {"en-US"}});
+        }
+        voices.push_back({"Framed U24BE",
+                          "org.example.format.Framed",
+                          "audio/x-spiel,format=U24BE,channels=2,rate=11025",
+                          {"en-US"}});
+        voices.push_back({"Unreadable",
+                          "org.example.format.S24_32LE",
+                          "audio/x-raw,format=S24_32LE,rate=8000",
+                          {"en-US"}});
+        voices.push_back(
+            {"Plain too", "org.example.Plain", "audio/x-raw,format=F64BE,channels=1,rate=11025", {"it-IT"}});
+        return voices;
+    }
     if (set == "chimes") {
+        // Names that sort differently by code point than by case-blind, numeric-aware collation.
+        const std::string chime = "audio/x-raw,format=S16LE,channels=1,rate=8000";
         return {
-            {"Chime 10",
-             marker + "ios3.it-IT.Chime10",
-             "audio/x-raw,format=S16LE,channels=1,rate=8000",
-             {"it-IT"}},
-            {"chime 9", marker + "extra.Chime9", "audio/x-raw,format=S16LE,channels=1,rate=8000", {"it-IT"}},
+            {"Tom 10", marker + "ios3.it-IT.Tom10", chime, {"it-IT"}},
+            {"alex", marker + "ios3.it-IT.alex", chime, {"it-IT"}},
+            {"Tom 9", marker + "ios3.it-IT.Tom9", chime, {"it-IT"}},
+            {"chime 9", marker + "extra.Chime9", chime, {"it-IT"}},
         };
     }
     return {
@@ -61,6 +93,31 @@ inline std::int16_t toneValue(std::size_t frame, int channel) {
 
 inline float toneSample(std::size_t frame, int channel) {
     return static_cast<float>(toneValue(frame, channel)) / 32768.0f;
+}
+
+// The tone as a provider writes it in `format`: integer samples hold the 16-bit value at their
+// width (8-bit ones keep its high byte), floating-point ones hold toneSample.
+inline std::string encodedTone(const SampleFormat& format, std::size_t frame, int channel) {
+    std::uint64_t bits = 0;
+    if (format.kind == SampleFormat::Kind::floatingPoint) {
+        bits = format.bits == 32 ? std::bit_cast<std::uint32_t>(toneSample(frame, channel))
+                                 : std::bit_cast<std::uint64_t>(double{toneSample(frame, channel)});
+    } else {
+        std::int64_t value = toneValue(frame, channel);
+        value = format.bits == 8 ? value >> 8 : value * (std::int64_t{1} << (format.bits - 16));
+        if (format.kind == SampleFormat::Kind::unsignedInteger) value += std::int64_t{1} << (format.bits - 1);
+        bits = static_cast<std::uint64_t>(value);
+    }
+    std::string bytes;
+    for (std::size_t i = 0; i < format.bytes(); ++i) bytes += static_cast<char>(bits >> (8 * i));
+    if (format.bigEndian) bytes.assign(bytes.rbegin(), bytes.rend());
+    return bytes;
+}
+
+// What a reader makes of encodedTone.
+inline float decodedTone(const SampleFormat& format, std::size_t frame, int channel) {
+    if (format.bits == 8) return static_cast<float>(toneValue(frame, channel) >> 8) / 128.0f;
+    return toneSample(frame, channel);
 }
 
 }  // namespace velmora::test

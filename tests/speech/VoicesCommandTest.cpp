@@ -12,8 +12,14 @@ const std::string m = "com.tarvenholt.Velmora.voice.";
 const std::string raw16 = m + "ios4.en-US.Raw16";
 
 // Speech goes to the silent output, as no sound server answers; `bus` replaces the test's own bus.
+// No locale is set, as on containers and CI machines (ICU's default is then en_US_POSIX).
 test::ProcessResult cli(const std::vector<std::string>& arguments, const std::string& bus = "") {
-    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"}};
+    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"},
+                                                   {"LANG", "C.UTF-8"},
+                                                   {"LANGUAGE", ""},
+                                                   {"LC_ALL", ""},
+                                                   {"LC_COLLATE", ""},
+                                                   {"LC_MESSAGES", ""}};
     if (!bus.empty()) environment["DBUS_SESSION_BUS_ADDRESS"] = bus;
     return test::runProcess(VELMORA_CLI, arguments, environment);
 }
@@ -26,8 +32,9 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
     } cases[] = {
         {{"voices"},
          "",
-         "iPhone OS 3 \u2014 1 voice\n  Chime 10\tit-IT\t" + m +
-             "ios3.it-IT.Chime10\n"
+         "iPhone OS 3 \u2014 3 voices\n  alex\tit-IT\t" + m + "ios3.it-IT.alex\n  Tom 9\tit-IT\t" + m +
+             "ios3.it-IT.Tom9\n  Tom 10\tit-IT\t" + m +
+             "ios3.it-IT.Tom10\n"
              "iOS 4 \u2014 1 voice\n  Raw 16\ten-US\t" +
              m +
              "ios4.en-US.Raw16\n"
@@ -59,6 +66,12 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
          "",
          "velmora-cli: The rate must be between 0 and 1 (0.5 is normal speed).\n"},
         {{"render", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
+        {{"render", "--voice", "org.example.format.S24_32LE", "tone 5"},
+         "",
+         "",
+         "velmora-cli: The voice's audio format \"audio/x-raw,format=S24_32LE,rate=8000\" cannot be read: "
+         "its "
+         "samples are S24_32LE, which this program cannot read.\n"},
     };
     for (const auto& c : cases) {
         const test::ProcessResult result = cli(c.arguments, c.bus);

@@ -29,19 +29,15 @@ TEST(BrokerTagTest, FindsTheFirstClosedElement) {
     EXPECT_EQ(VoiceStore::brokerTag("rate", "<voice>A</voice><rate> 22050 </rate>"), "22050");
 }
 
-TEST(ContainerStatusTest, ExplainsEveryCaseInItsOwnWords) {
+TEST(ContainerStatusTest, ExplainsEveryCaseButReadyNamingTheGroups) {
     EXPECT_EQ(ContainerStatus(ContainerStatus::Ready{"/c"}).explanation(), std::nullopt);
-    EXPECT_EQ(ContainerStatus(ContainerStatus::NoContainer{{"A", "B"}}).explanation(),
-              "The app is entitled to A, B but the system gave it no folder for it, so there is nowhere both "
-              "the app and the voice extension can read. Reinstalling the app usually restores it.");
-    EXPECT_TRUE(ContainerStatus(ContainerStatus::NoContainer{{"G1"}})
+    EXPECT_TRUE(ContainerStatus(ContainerStatus::NoContainer{{"A", "B"}})
                     .explanation()
-                    ->starts_with("The app is entitled to G1 but the system gave it no folder for it"));
-    EXPECT_EQ(ContainerStatus(ContainerStatus::NotEntitled{}).explanation(),
-              "This copy of the app was signed without the App Group entitlement, so the app and the voice "
-              "extension have no folder in common and downloaded voices cannot reach the speech system. "
-              "Re-signing tools drop that entitlement when the signing account cannot create App Groups. "
-              "Install a build signed by an account that can, and the downloads will work.");
+                    ->starts_with("The app is entitled to A, B but the system gave it no folder for it"));
+    EXPECT_TRUE(
+        ContainerStatus(ContainerStatus::NotEntitled{})
+            .explanation()
+            ->ends_with("Install a build signed by an account that can, and the downloads will work."));
     EXPECT_EQ(ContainerStatus(ContainerStatus::NotEntitled{}).caseName(), "notEntitled");
 }
 

@@ -41,6 +41,7 @@ TEST(ZipDamaged, EachArchiveGivesItsNamesOrItsMessage) {
     zip64.insert(good.end, std::string("PK\x06\x07", 4) + std::string(12, '\0') + std::string("\1\0\0\0", 4));
     auto flipped = [](std::string bytes) { return bytes.replace(bytes.find("abcdefgh"), 8, "abcXefgh"); };
     const std::string notAZip = "The download is not a zip archive.";
+    const std::string encrypted = "The archive uses encryption, which is not supported.";
     const std::string damaged = "The archive is damaged (central directory).";
     const std::string checksum = "The archive is damaged (checksum of f.dat).";
     const std::string header = "The archive is damaged (header of f.dat).";
@@ -71,8 +72,11 @@ TEST(ZipDamaged, EachArchiveGivesItsNamesOrItsMessage) {
         {"zip64 end records", zip64, "The archive uses zip64 extensions, which is not supported."},
         {"zip64 entry size", central(good, centralUncompressed, 0xFFFFFFFF),
          "The archive uses zip64 extensions, which is not supported."},
-        {"encrypted", central(good, centralFlags, 1, 2),
-         "The archive uses encryption, which is not supported."},
+        {"encrypted", central(good, centralFlags, 1, 2), encrypted},
+        {"strong encryption flag alone", central(good, centralFlags, 0x40, 2), encrypted},
+        // Its central directory encrypted, an archive has only zip64 records to show, and local
+        // headers flagged encrypted, strongly encrypted and masked.
+        {"encrypted central directory", patched(zip64, 6, 0x2041, 2), encrypted},
         {"second disk", patched(good.bytes, good.end + endDisk, 0x00010001),
          "The archive uses multiple disks, which is not supported."},
         {"offset at no local header", noHeader, header},

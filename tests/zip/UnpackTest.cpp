@@ -123,20 +123,46 @@ TEST(ZipUnpack, NeverWritesOutsideTheDestination) {
     EXPECT_TRUE(fs::is_empty(dir / "outside"));
 }
 
-TEST(ZipUnpack, CommandLineListsTheFilesWritten) {
+TEST(ZipUnpack, CommandLineListsTheFilesWrittenAndSaysWhatWentWrong) {
     TempDir dir;
-    const auto voice = handZip({{"voice.hdr", "header"}, {"a/", ""}, {"a/b/c/deep.txt", "deep", 6}});
-    writeFile(dir / "voice.zip", voice.bytes);
-    const auto good =
-        runProcess(VELMORA_CLI, {"unzip", (dir / "voice.zip").string(), (dir / "out").string()});
-    EXPECT_EQ(good.exitStatus, 0) << good.err;
-    EXPECT_EQ(good.out, "voice.hdr\na/b/c/deep.txt\n");
-
-    const auto bad =
-        runProcess(VELMORA_CLI, {"unzip", (dir / "out" / "voice.hdr").string(), (dir / "out2").string()});
-    EXPECT_EQ(bad.exitStatus, 1);
-    EXPECT_EQ(bad.err, "velmora-cli: The download is not a zip archive.\n");
-    EXPECT_EQ(bad.out, "");
+    const auto notAZip = dir / "not-a.zip";
+    writeFile(notAZip, "header");
+    const struct {
+        const char* label;
+        std::vector<HandEntry> entries;  // none: the file above, which is no archive
+        int status;
+        std::string out, err;
+    } cases[] = {
+        {"files in folders",
+         {{"voice.hdr", "header"}, {"a/", ""}, {"a/b/c/deep.txt", "deep", 6}},
+         0,
+         "voice.hdr\na/b/c/deep.txt\n",
+         ""},
+        {"not a zip", {}, 1, "", "velmora-cli: The download is not a zip archive.\n"},
+        // A folder marked only by an MS-DOS attribute is a file here.
+        {"file where a folder is needed",
+         {{"def", "1"}, {"def/jkl", "2"}},
+         1,
+         "",
+         "velmora-cli: def/jkl: filesystem error: cannot open directory: Not a directory [" +
+             (dir / "out" / "def").string() + "]\n"},
+        // Latin-1 names that decode alike, and one path spelt two ways: the later entry wins.
+        {"replaced entries",
+         {{"caf\xE9.txt", "1"}, {"caf\xE8.txt", "2"}, {"a/b", "3"}, {"./a//b", "4"}, {"c", "5"}},
+         0,
+         "caf\uFFFD.txt\ncaf\uFFFD.txt\na/b\n./a//b\nc\n",
+         "velmora-cli: caf\uFFFD.txt replaced an earlier entry of the same name.\n"
+         "velmora-cli: ./a//b replaced an earlier entry of the same name.\n"},
+    };
+    for (const auto& c : cases) {
+        fs::remove_all(dir / "out");
+        writeFile(dir / "voice.zip", handZip(c.entries).bytes);
+        const auto archive = c.entries.empty() ? notAZip : dir / "voice.zip";
+        const auto result = runProcess(VELMORA_CLI, {"unzip", archive.string(), (dir / "out").string()});
+        EXPECT_EQ(std::tie(result.exitStatus, result.out, result.err), std::tie(c.status, c.out, c.err))
+            << c.label;
+    }
+    EXPECT_EQ(readFile(dir / "out" / "caf\uFFFD.txt") + readFile(dir / "out" / "a/b"), "24");
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 namespace velmora::provider {
 
 // One voice of the compact data: a release, a locale and the name its header gives.
-struct ProviderVoice {
+struct CompactVoice {
     VoiceRelease release;
     std::string locale;
     std::string name;
@@ -22,15 +22,21 @@ struct ProviderVoice {
     std::string identifier() const;
     // voice name + " (" + release label + ")"
     std::string displayName() const;
+    // The languages it speaks: its locale, then, for the bilingual voices (the Chinese ones,
+    // which also read English), "en-US".
+    std::vector<std::string> languages() const;
+    // The language to speak when a client asks for `requested`: that one when the voice lists
+    // it (case and "-"/"_" ignored), otherwise the voice's locale.
+    std::string spokenLanguage(std::string_view requested) const;
 
-    bool operator==(const ProviderVoice&) const = default;
+    bool operator==(const CompactVoice&) const = default;
 };
 
 // Every voice of the compact data below `resources`: the releases in table order, the locales
 // of each sorted by name. A locale folder whose header names no voice is left out.
-std::vector<ProviderVoice> compactVoices(const std::filesystem::path& resources);
+std::vector<CompactVoice> compactVoices(const std::filesystem::path& resources);
 
 // The voice with this identifier, if any.
-std::optional<ProviderVoice> findVoice(const std::vector<ProviderVoice>& voices, std::string_view identifier);
+std::optional<CompactVoice> findVoice(const std::vector<CompactVoice>& voices, std::string_view identifier);
 
 }  // namespace velmora::provider

@@ -1,6 +1,7 @@
-#include "ProviderVoice.h"
+#include "CompactVoice.h"
 
 #include <algorithm>
+#include <cctype>
 #include <system_error>
 
 #include "store/BrokerHeader.h"
@@ -30,16 +31,35 @@ std::optional<std::string> compactVoiceName(const fs::path& resources, const Voi
     return VoiceStore::brokerTag("voice", *header);
 }
 
+std::string normalizedTag(std::string_view tag) {
+    std::string normal(tag);
+    for (char& c : normal)
+        c = c == '_' ? '-' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return normal;
+}
+
 }  // namespace
 
-std::string ProviderVoice::identifier() const {
+std::string CompactVoice::identifier() const {
     return identifierMarker + release.name + "." + locale + "." + name;
 }
 
-std::string ProviderVoice::displayName() const { return name + " (" + release.label + ")"; }
+std::string CompactVoice::displayName() const { return name + " (" + release.label + ")"; }
 
-std::vector<ProviderVoice> compactVoices(const fs::path& resources) {
-    std::vector<ProviderVoice> voices;
+std::vector<std::string> CompactVoice::languages() const {
+    if (locale.starts_with("zh-")) return {locale, "en-US"};
+    return {locale};
+}
+
+std::string CompactVoice::spokenLanguage(std::string_view requested) const {
+    for (const auto& language : languages()) {
+        if (normalizedTag(language) == normalizedTag(requested)) return language;
+    }
+    return locale;
+}
+
+std::vector<CompactVoice> compactVoices(const fs::path& resources) {
+    std::vector<CompactVoice> voices;
     for (const auto& release : VoiceRelease::all()) {
         fs::path base = release.directory ? resources / *release.directory : resources;
         for (const auto& locale : sortedLocales(base / "TTSResources")) {
@@ -51,10 +71,9 @@ std::vector<ProviderVoice> compactVoices(const fs::path& resources) {
     return voices;
 }
 
-std::optional<ProviderVoice> findVoice(const std::vector<ProviderVoice>& voices,
-                                       std::string_view identifier) {
+std::optional<CompactVoice> findVoice(const std::vector<CompactVoice>& voices, std::string_view identifier) {
     auto found = std::ranges::find_if(
-        voices, [&](const ProviderVoice& voice) { return voice.identifier() == identifier; });
+        voices, [&](const CompactVoice& voice) { return voice.identifier() == identifier; });
     if (found == voices.end()) return std::nullopt;
     return *found;
 }
