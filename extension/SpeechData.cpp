@@ -2,49 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
 
+#include "base/Fnv1a.h"
+#include "base/ReadFile.h"
 #include "store/BrokerHeader.h"
 #include "store/VoiceStore.h"
 
 namespace velmora::provider {
 namespace fs = std::filesystem;
 namespace {
-
-class Fingerprint {
-public:
-    void add(std::string_view bytes) {
-        for (const char byte : bytes) {
-            state_ ^= static_cast<unsigned char>(byte);
-            state_ *= 1099511628211ull;
-        }
-    }
-    std::uint64_t value() const { return state_; }
-
-private:
-    std::uint64_t state_ = 14695981039346656037ull;
-};
-
-// The first `limit` bytes of a file, or absent when it cannot be opened or read.
-std::optional<std::string> readPrefix(const fs::path& file, std::size_t limit) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes(limit, '\0');
-    in.read(bytes.data(), static_cast<std::streamsize>(limit));
-    if (in.bad()) return std::nullopt;
-    bytes.resize(static_cast<std::size_t>(in.gcount()));
-    return bytes;
-}
-
-std::optional<std::string> readSmallFile(const fs::path& file, std::uintmax_t limit) {
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(file, error);
-    if (error || size > limit) return std::nullopt;
-    return readPrefix(file, static_cast<std::size_t>(size));
-}
 
 // The regular files of a voice folder that hold voice data, sorted by name: everything but
 // the header and the dictionaries.
@@ -66,7 +35,7 @@ std::optional<std::vector<fs::path>> dataFiles(const fs::path& directory) {
 // The rules of a voice folder: "user_rules.txt", then every user dictionary in name order.
 PronunciationRules readRules(const fs::path& directory) {
     PronunciationRules rules;
-    if (auto text = readSmallFile(directory / "user_rules.txt", SpeechData::maximumRulesFileSize)) {
+    if (auto text = readWholeFile(directory / "user_rules.txt", SpeechData::maximumRulesFileSize)) {
         rules = PronunciationRules::parse(*text);
     }
     std::vector<fs::path> dictionaries;
@@ -77,7 +46,7 @@ PronunciationRules readRules(const fs::path& directory) {
     }
     std::ranges::sort(dictionaries);
     for (const auto& file : dictionaries) {
-        if (auto text = readSmallFile(file, SpeechData::maximumRulesFileSize)) {
+        if (auto text = readWholeFile(file, SpeechData::maximumRulesFileSize)) {
             rules = rules.followedBy(PronunciationRules::parse(*text));
         }
     }
@@ -98,10 +67,10 @@ std::optional<SpeechData> SpeechData::read(const fs::path& directory, Source sou
     auto files = dataFiles(directory);
     if (!files) return std::nullopt;
 
-    Fingerprint fingerprint;
+    Fnv1a fingerprint;
     fingerprint.add(*headerText);
     for (const auto& file : *files) {
-        auto bytes = readPrefix(file, hashedBytesPerFile);
+        auto bytes = readFileStart(file, hashedBytesPerFile);
         if (!bytes) return std::nullopt;
         fingerprint.add(file.filename().string());
         fingerprint.add(*bytes);

@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/FileError.h"
+#include "base/UniqueFd.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/HttpTransfer.h"
 
@@ -16,19 +18,15 @@ namespace velmora {
 namespace fs = std::filesystem;
 namespace {
 
-[[noreturn]] void throwFileError(const char* what, const fs::path& file) {
-    throw fs::filesystem_error(what, file, std::error_code(errno, std::generic_category()));
-}
-
 // The partial file of a running download: open for writing, removed unless it was moved into place.
 class PartialFile {
 public:
-    explicit PartialFile(fs::path path) : path_(std::move(path)) {
-        fd_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd_ < 0) throwFileError("cannot create the download file", path_);
+    explicit PartialFile(fs::path path)
+        : path_(std::move(path)), fd_(::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)) {
+        if (fd_.get() < 0) throwFileError("cannot create the download file", path_, errno);
     }
     ~PartialFile() {
-        if (fd_ >= 0) ::close(fd_);
+        fd_.reset();
         std::error_code ignored;
         if (!placed_) fs::remove(path_, ignored);
     }
@@ -37,17 +35,16 @@ public:
 
     void write(std::span<const std::byte> piece) {
         while (!piece.empty()) {
-            const ssize_t done = ::write(fd_, piece.data(), piece.size());
+            const ssize_t done = ::write(fd_.get(), piece.data(), piece.size());
             if (done < 0 && errno == EINTR) continue;
-            if (done < 0) throwFileError("cannot write the download file", path_);
+            if (done < 0) throwFileError("cannot write the download file", path_, errno);
             piece = piece.subspan(static_cast<std::size_t>(done));
         }
     }
 
     // Closes the file and puts it at `destination`, replacing whatever is there.
     void place(const fs::path& destination) {
-        const int fd = std::exchange(fd_, -1);
-        if (::close(fd) != 0) throwFileError("cannot write the download file", path_);
+        if (::close(fd_.release()) != 0) throwFileError("cannot write the download file", path_, errno);
         std::error_code ignored;
         fs::remove_all(destination, ignored);
         fs::rename(path_, destination);
@@ -56,7 +53,7 @@ public:
 
 private:
     fs::path path_;
-    int fd_ = -1;
+    UniqueFd fd_;
     bool placed_ = false;
 };
 

@@ -9,9 +9,10 @@
 #include <memory>
 #include <optional>
 
+#include "base/Environment.h"
+#include "base/PlistPointer.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/HttpTransfer.h"
-#include "store/Environment.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -22,11 +23,6 @@ constexpr const char* vendorCatalog =
     "com_apple_MobileAsset_VoiceServicesVocalizerVoice.xml";
 // The vendor's catalog is a few hundred kilobytes; anything far larger is not a catalog.
 constexpr std::size_t largestCatalog = 64u << 20;
-
-struct PlistDeleter {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPointer = std::unique_ptr<void, PlistDeleter>;
 
 plist_t item(plist_t dict, const char* key, plist_type type) {
     plist_t node = plist_dict_get_item(dict, key);

@@ -7,8 +7,8 @@
 #include <mutex>
 #include <new>
 
+#include "base/Environment.h"
 #include "enhanced/TransferFailure.h"
-#include "store/Environment.h"
 
 namespace velmora {
 namespace {

@@ -6,21 +6,14 @@
 
 #include <cerrno>
 #include <new>
-#include <system_error>
+
+#include "base/FileError.h"
+#include "base/UniqueFd.h"
 
 namespace velmora {
 namespace {
 
 constexpr std::size_t chunkSize = 4'194'304;
-
-[[noreturn]] void throwFileError(const char* what, const std::filesystem::path& file) {
-    throw std::filesystem::filesystem_error(what, file, std::error_code(errno, std::generic_category()));
-}
-
-struct Descriptor {
-    int fd;
-    ~Descriptor() { ::close(fd); }
-};
 
 }  // namespace
 
@@ -49,15 +42,15 @@ std::vector<std::byte> Sha1::finish() {
 }
 
 std::vector<std::byte> Sha1::ofFile(const std::filesystem::path& file) {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) throwFileError("cannot open the archive", file);
-    const Descriptor descriptor{fd};
+    const UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    const int fd = descriptor.get();
+    if (fd < 0) throwFileError("cannot open the archive", file, errno);
     std::vector<std::byte> chunk(chunkSize);
     Sha1 hash;
     for (;;) {
         const ssize_t got = ::read(fd, chunk.data(), chunk.size());
         if (got < 0 && errno == EINTR) continue;
-        if (got < 0) throwFileError("cannot read the archive", file);
+        if (got < 0) throwFileError("cannot read the archive", file, errno);
         if (got == 0) break;
         hash.update(std::span(chunk).first(static_cast<std::size_t>(got)));
     }

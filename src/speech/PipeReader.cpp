@@ -10,25 +10,6 @@
 
 namespace velmora {
 
-UniqueFd& UniqueFd::operator=(UniqueFd&& other) noexcept {
-    if (this != &other) {
-        reset();
-        fd_ = other.release();
-    }
-    return *this;
-}
-
-int UniqueFd::release() {
-    const int fd = fd_;
-    fd_ = -1;
-    return fd;
-}
-
-void UniqueFd::reset() {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
-}
-
 PipeReader::PipeReader(UniqueFd readEnd, std::stop_token stop, std::chrono::milliseconds stallTimeout)
     : readEnd_(std::move(readEnd)),
       wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),

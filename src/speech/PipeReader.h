@@ -5,26 +5,9 @@
 #include <span>
 #include <stop_token>
 
+#include "base/UniqueFd.h"
+
 namespace velmora {
-
-// Owns a file descriptor and closes it once.
-class UniqueFd {
-public:
-    UniqueFd() = default;
-    explicit UniqueFd(int fd) : fd_(fd) {}
-    ~UniqueFd() { reset(); }
-    UniqueFd(UniqueFd&& other) noexcept : fd_(other.release()) {}
-    UniqueFd& operator=(UniqueFd&& other) noexcept;
-    UniqueFd(const UniqueFd&) = delete;
-    UniqueFd& operator=(const UniqueFd&) = delete;
-
-    int get() const { return fd_; }
-    int release();
-    void reset();
-
-private:
-    int fd_ = -1;
-};
 
 // Reads the read end of a pipe until end of file, giving up when a stop is requested or when
 // no byte arrives for `stallTimeout`.

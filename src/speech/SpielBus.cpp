@@ -1,18 +1,23 @@
 #include "speech/SpielBus.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sdbus-c++/sdbus-c++.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <future>
 
 namespace velmora {
 namespace {
 
 constexpr const char* busService = "org.freedesktop.DBus";
-constexpr const char* busPath = "/org/freedesktop/DBus";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr std::chrono::seconds busCallTimeout{5};
+// How much longer than a call's own time-out a caller waits for the bus thread to report it.
+constexpr std::chrono::seconds reportMargin{1};
 
 // Voices: display name, identifier, output format, feature bits, language tags.
 using VoiceRecord =
@@ -29,8 +34,10 @@ std::vector<ProviderVoice> providerVoices(const std::string& busName, const sdbu
     return voices;
 }
 
+}  // namespace
+
 // Gathers the answers of several Voices reads sent at once.
-struct VoiceReads {
+struct SpielBus::VoiceReads {
     std::mutex mutex;
     std::condition_variable answered;
     std::vector<std::optional<std::vector<ProviderVoice>>> results;
@@ -42,8 +49,6 @@ struct VoiceReads {
         if (--pending == 0) answered.notify_all();
     }
 };
-
-}  // namespace
 
 bool SynthesisReply::wait(std::chrono::milliseconds timeout, std::stop_token stop) {
     std::unique_lock lock(mutex_);
@@ -70,23 +75,76 @@ std::shared_ptr<SpielBus> SpielBus::connectToSession() {
     }
 }
 
-SpielBus::SpielBus(std::unique_ptr<sdbus::IConnection> connection) : connection_(std::move(connection)) {
+SpielBus::SpielBus(std::unique_ptr<sdbus::IConnection> connection)
+    : connection_(std::move(connection)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     // Variants live in messages of a connection that the library makes on first use and keeps
     // in a function-local static. Making one here, before any bus object of ours is complete,
-    // has that static outlive our own (a process-wide SpielBus included); otherwise a reply
-    // handler still running on the bus thread at exit would free a variant into a destroyed
-    // connection.
+    // has that static outlive our own (a process-wide SpielBus included).
     [[maybe_unused]] const sdbus::Variant firstVariant;
-    connection_->enterEventLoopAsync();
+    thread_ = std::jthread([this](std::stop_token stop) { serve(std::move(stop)); });
 }
 
 SpielBus::~SpielBus() {
-    try {
-        connection_->leaveEventLoop();
-    } catch (const sdbus::Error&) {
-        // The loop is gone with the connection either way.
-    }
+    thread_.request_stop();
+    wake();
+    thread_.join();
+    // The bus thread is gone: its proxies (and their pending calls) go on this one.
     proxies_.clear();
+}
+
+void SpielBus::post(Task task) {
+    {
+        std::lock_guard lock(tasksMutex_);
+        tasks_.push_back(std::move(task));
+    }
+    wake();
+}
+
+void SpielBus::wake() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = ::write(wake_.get(), &one, sizeof one);
+}
+
+// The bus thread: runs the tasks handed to it and the connection's events, and sleeps in
+// poll until the bus, a time-out of a call or a new task needs it.
+void SpielBus::serve(std::stop_token stop) {
+    bool busWorks = true;
+    while (!stop.stop_requested()) {
+        runPostedTasks();
+        busWorks = busWorks && processBus();
+        pollfd fds[2] = {{wake_.get(), POLLIN, 0}, {-1, 0, 0}};
+        int timeout = -1;
+        if (busWorks) {
+            const auto data = connection_->getEventLoopPollData();
+            fds[1] = {data.fd, data.events, 0};
+            timeout = data.getPollTimeout();
+        }
+        if (::poll(fds, 2, timeout) > 0 && (fds[0].revents & POLLIN) != 0) {
+            std::uint64_t count = 0;
+            [[maybe_unused]] const auto got = ::read(wake_.get(), &count, sizeof count);
+        }
+    }
+}
+
+void SpielBus::runPostedTasks() {
+    std::vector<Task> tasks;
+    {
+        std::lock_guard lock(tasksMutex_);
+        tasks.swap(tasks_);
+    }
+    for (auto& task : tasks) task();
+}
+
+// Handles everything the connection has ready; false once it is broken (its pending calls have
+// then been answered with the bus's error, and new ones fail as they are sent).
+bool SpielBus::processBus() {
+    try {
+        while (connection_->processPendingRequest()) {
+        }
+        return true;
+    } catch (const sdbus::Error&) {
+        return false;
+    }
 }
 
 bool SpielBus::isProviderName(std::string_view name) {
@@ -102,14 +160,27 @@ std::string SpielBus::objectPath(std::string_view busName) {
 }
 
 std::vector<std::string> SpielBus::namesFromBus(const char* method) {
-    std::vector<std::string> names;
+    auto answer = std::make_shared<std::promise<std::vector<std::string>>>();
+    auto names = answer->get_future();
+    post([this, method, answer] {
+        try {
+            proxyFor(busService)
+                .callMethodAsync(method)
+                .onInterface(busService)
+                .withTimeout(busCallTimeout)
+                .uponReplyInvoke([answer](const sdbus::Error* error, std::vector<std::string> found) {
+                    answer->set_value(error ? std::vector<std::string>{} : std::move(found));
+                });
+        } catch (const sdbus::Error&) {
+            answer->set_value({});
+        }
+    });
+    if (names.wait_for(busCallTimeout + reportMargin) != std::future_status::ready) return {};
     try {
-        auto bus = sdbus::createProxy(*connection_, busService, busPath);
-        bus->callMethod(method).onInterface(busService).withTimeout(busCallTimeout).storeResultsTo(names);
-    } catch (const sdbus::Error&) {
-        names.clear();
+        return names.get();
+    } catch (const std::future_error&) {
+        return {};  // the bus went away before it answered
     }
-    return names;
 }
 
 std::vector<std::string> SpielBus::providerNames() {
@@ -127,6 +198,19 @@ std::vector<ProviderVoice> SpielBus::voicesOf(const std::vector<std::string>& pr
     auto reads = std::make_shared<VoiceReads>();
     reads->results.resize(providers.size());
     reads->pending = providers.size();
+    post([this, reads, providers, timeout] { sendVoiceReads(reads, providers, timeout); });
+    std::unique_lock lock(reads->mutex);
+    // Every call has its own time-out; the margin covers a bus that never reports it.
+    reads->answered.wait_for(lock, timeout + reportMargin, [&] { return reads->pending == 0; });
+    std::vector<ProviderVoice> voices;
+    for (auto& result : reads->results) {
+        if (result) voices.insert(voices.end(), result->begin(), result->end());
+    }
+    return voices;
+}
+
+void SpielBus::sendVoiceReads(const std::shared_ptr<VoiceReads>& reads,
+                              const std::vector<std::string>& providers, std::chrono::milliseconds timeout) {
     for (std::size_t index = 0; index < providers.size(); ++index) {
         const std::string& busName = providers[index];
         try {
@@ -150,39 +234,33 @@ std::vector<ProviderVoice> SpielBus::voicesOf(const std::vector<std::string>& pr
             reads->record(index, {});
         }
     }
-    std::unique_lock lock(reads->mutex);
-    // Every call has its own time-out; the margin covers a bus that never reports it.
-    reads->answered.wait_for(lock, timeout + std::chrono::seconds(1), [&] { return reads->pending == 0; });
-    std::vector<ProviderVoice> voices;
-    for (auto& result : reads->results) {
-        if (result) voices.insert(voices.end(), result->begin(), result->end());
-    }
-    return voices;
 }
 
 std::shared_ptr<SynthesisReply> SpielBus::synthesize(const SynthesisRequest& request, int writeEnd,
                                                      std::chrono::milliseconds timeout) {
     auto reply = std::make_shared<SynthesisReply>();
-    try {
-        proxyFor(request.busName)
-            .callMethodAsync("Synthesize")
-            .onInterface(providerInterface)
-            .withTimeout(timeout)
-            .withArguments(sdbus::UnixFd(::fcntl(writeEnd, F_DUPFD_CLOEXEC, 0), sdbus::adopt_fd),
-                           request.text, request.voiceId, request.pitch, request.rate, request.isSsml,
-                           request.language)
-            .uponReplyInvoke([reply](const sdbus::Error* error) {
-                if (!error) return reply->deliver(std::nullopt);
-                reply->deliver(error->getName() + ": " + error->getMessage());
-            });
-    } catch (const sdbus::Error& error) {
-        reply->deliver(error.getName() + ": " + error.getMessage());
-    }
+    // The caller may close its write end once this returns: the call keeps a copy of its own.
+    auto pipe = std::make_shared<UniqueFd>(::fcntl(writeEnd, F_DUPFD_CLOEXEC, 0));
+    post([this, request, timeout, reply, pipe] {
+        try {
+            proxyFor(request.busName)
+                .callMethodAsync("Synthesize")
+                .onInterface(providerInterface)
+                .withTimeout(timeout)
+                .withArguments(sdbus::UnixFd(pipe->release(), sdbus::adopt_fd), request.text, request.voiceId,
+                               request.pitch, request.rate, request.isSsml, request.language)
+                .uponReplyInvoke([reply](const sdbus::Error* error) {
+                    if (!error) return reply->deliver(std::nullopt);
+                    reply->deliver(error->getName() + ": " + error->getMessage());
+                });
+        } catch (const sdbus::Error& error) {
+            reply->deliver(error.getName() + ": " + error.getMessage());
+        }
+    });
     return reply;
 }
 
 sdbus::IProxy& SpielBus::proxyFor(const std::string& busName) {
-    std::lock_guard lock(proxiesMutex_);
     auto& proxy = proxies_[busName];
     if (!proxy) proxy = sdbus::createProxy(*connection_, busName, objectPath(busName));
     return *proxy;

@@ -10,8 +10,10 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
+#include "base/UniqueFd.h"
 #include "speech/SpeechTypes.h"
 
 namespace sdbus {
@@ -60,8 +62,11 @@ private:
 };
 
 // The session bus as the speech client uses it: the speech providers on it (org.freedesktop.
-// Speech.Provider), their voices and their Synthesize method. One connection, served by a
-// thread of its own, shared by every caller; calls from any thread.
+// Speech.Provider), their voices and their Synthesize method. One connection shared by every
+// caller; calls from any thread. The connection is used on one thread only, the bus thread,
+// which runs its event loop: every call is handed to that thread and sent from there, and its
+// replies come back there. sd-bus supports one thread per connection, and sdbus-c++ races when
+// an asynchronous call is sent from another thread than the loop's.
 class SpielBus {
 public:
     static constexpr const char* providerInterface = "org.freedesktop.Speech.Provider";
@@ -91,12 +96,28 @@ public:
                                                std::chrono::milliseconds timeout);
 
 private:
+    using Task = std::function<void()>;
+    struct VoiceReads;
+
+    // Runs `task` on the bus thread, after the tasks handed over before it.
+    void post(Task task);
+    void serve(std::stop_token stop);
+    void runPostedTasks();
+    bool processBus();
+    void wake();
+
+    // On the bus thread only.
     sdbus::IProxy& proxyFor(const std::string& busName);
     std::vector<std::string> namesFromBus(const char* method);
+    void sendVoiceReads(const std::shared_ptr<VoiceReads>& reads, const std::vector<std::string>& providers,
+                        std::chrono::milliseconds timeout);
 
     std::unique_ptr<sdbus::IConnection> connection_;
-    std::mutex proxiesMutex_;
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> proxies_;
+    UniqueFd wake_;  // an eventfd that wakes the bus thread's poll
+    std::mutex tasksMutex_;
+    std::vector<Task> tasks_;
+    std::jthread thread_;
 };
 
 }  // namespace velmora

@@ -2,7 +2,7 @@
 
 #include <system_error>
 
-#include "store/Environment.h"
+#include "base/Environment.h"
 
 namespace velmora {
 namespace fs = std::filesystem;

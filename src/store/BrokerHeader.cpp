@@ -1,7 +1,8 @@
 #include "store/BrokerHeader.h"
 
-#include <fstream>
 #include <iterator>
+
+#include "base/ReadFile.h"
 
 namespace velmora {
 namespace {
@@ -37,13 +38,11 @@ std::size_t startOfLastCodePoint(std::string_view text, std::size_t end) {
 }  // namespace
 
 std::optional<std::string> readLatin1File(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) return std::nullopt;
+    const auto bytes = readWholeFile(file);
+    if (!bytes) return std::nullopt;
     std::string text;
-    text.reserve(bytes.size());
-    for (const char byte : bytes) {
+    text.reserve(bytes->size());
+    for (const char byte : *bytes) {
         const auto code = static_cast<unsigned char>(byte);
         if (code < 0x80) {
             text += byte;

@@ -2,30 +2,17 @@
 
 #include <plist/plist.h>
 
+#include <cstdint>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <optional>
 
+#include "base/Environment.h"
+#include "base/PlistPointer.h"
+#include "base/ReadFile.h"
 #include "store/Bundle.h"
-#include "store/Environment.h"
 
 namespace velmora {
 namespace {
-
-struct PlistFree {
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using PlistPointer = std::unique_ptr<void, PlistFree>;
-
-std::optional<std::string> readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return std::nullopt;
-    std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) return std::nullopt;
-    return bytes;
-}
 
 std::optional<std::string> stringValue(plist_t node) {
     if (plist_get_node_type(node) != PLIST_STRING) return std::nullopt;
@@ -57,8 +44,8 @@ std::filesystem::path Entitlements::file() {
 }
 
 std::vector<std::string> Entitlements::applicationGroups(const std::filesystem::path& file) {
-    auto bytes = readFile(file);
-    if (!bytes || bytes->empty() || bytes->size() > UINT32_MAX) return {};
+    auto bytes = readWholeFile(file, UINT32_MAX);
+    if (!bytes || bytes->empty()) return {};
     plist_t root = nullptr;
     plist_from_memory(bytes->data(), static_cast<uint32_t>(bytes->size()), &root);
     PlistPointer owner(root);

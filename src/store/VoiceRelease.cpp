@@ -29,14 +29,6 @@ std::optional<VoiceRelease> VoiceRelease::named(std::string_view name) {
     return std::nullopt;
 }
 
-void FieldHasher::bytes(const void* data, std::size_t size) {
-    const auto* p = static_cast<const unsigned char*>(data);
-    for (std::size_t i = 0; i < size; ++i) {
-        state_ ^= p[i];
-        state_ *= 1099511628211ull;
-    }
-}
-
 void FieldHasher::text(std::string_view value) {
     // The length goes first so that ("ab", "c") and ("a", "bc") feed different streams.
     integer(static_cast<long long>(value.size()));

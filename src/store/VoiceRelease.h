@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/Fnv1a.h"
+
 namespace velmora {
 
 // One old mobile OS release whose voices the extension provides.
@@ -29,15 +31,15 @@ struct VoiceRelease {
 // that every field is hashed in field order.
 class FieldHasher {
 public:
-    void bytes(const void* data, std::size_t size);
+    void bytes(const void* data, std::size_t size) { hash_.add(data, size); }
     void text(std::string_view value);
     void optionalText(const std::optional<std::string>& value);
     void byte(unsigned char value) { bytes(&value, 1); }
     void integer(long long value) { bytes(&value, sizeof value); }
-    std::size_t result() const { return static_cast<std::size_t>(state_); }
+    std::size_t result() const { return static_cast<std::size_t>(hash_.value()); }
 
 private:
-    unsigned long long state_ = 14695981039346656037ull;
+    Fnv1a hash_;
 };
 
 void hashInto(FieldHasher& hasher, const VoiceRelease& release);

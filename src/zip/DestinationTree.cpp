@@ -6,6 +6,7 @@
 
 #include <cerrno>
 
+#include "base/FileError.h"
 #include "zip/EntryName.h"
 
 namespace velmora::zip {
@@ -13,32 +14,32 @@ namespace {
 
 constexpr int directoryFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
-Descriptor enterDirectory(const Descriptor& parent, const std::string& component,
-                          const std::filesystem::path& shown) {
+UniqueFd enterDirectory(const UniqueFd& parent, const std::string& component,
+                        const std::filesystem::path& shown) {
     if (::mkdirat(parent.get(), component.c_str(), 0777) != 0 && errno != EEXIST) {
         throwFileError("cannot create directory", shown, errno);
     }
-    Descriptor directory(::openat(parent.get(), component.c_str(), directoryFlags | O_NOFOLLOW));
+    UniqueFd directory(::openat(parent.get(), component.c_str(), directoryFlags | O_NOFOLLOW));
     if (directory.get() < 0) throwFileError("cannot open directory", shown, errno);
     return directory;
 }
 
 }  // namespace
 
-const Descriptor& DestinationTree::root() {
+const UniqueFd& DestinationTree::root() {
     if (!rootDescriptor_) {
         // The root is the caller's choice of folder: it is taken as given, links and all.
         std::filesystem::create_directories(root_);
-        Descriptor directory(::open(root_.c_str(), directoryFlags));
+        UniqueFd directory(::open(root_.c_str(), directoryFlags));
         if (directory.get() < 0) throwFileError("cannot open directory", root_, errno);
         rootDescriptor_.emplace(std::move(directory));
     }
     return *rootDescriptor_;
 }
 
-Descriptor DestinationTree::makeParentOf(const std::string& name) {
+UniqueFd DestinationTree::makeParentOf(const std::string& name) {
     const auto components = nameComponents(name);
-    Descriptor current(::dup(root().get()));
+    UniqueFd current(::dup(root().get()));
     if (current.get() < 0) throwFileError("cannot open directory", root_, errno);
     std::filesystem::path shown = root_;
     for (std::size_t i = 0; i + 1 < components.size(); ++i) {
@@ -48,7 +49,7 @@ Descriptor DestinationTree::makeParentOf(const std::string& name) {
     return current;
 }
 
-OutputFile DestinationTree::createFile(const Descriptor& parent, const std::string& name) const {
+OutputFile DestinationTree::createFile(const UniqueFd& parent, const std::string& name) const {
     const auto components = nameComponents(name);
     return OutputFile::create(parent.get(), components.back(), root_ / name);
 }

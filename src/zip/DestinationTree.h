@@ -17,16 +17,16 @@ public:
 
     // Creates the folders of a safe entry name up to its last component and returns the folder
     // that will hold it. The root itself is created (with its parents) on first use.
-    Descriptor makeParentOf(const std::string& name);
+    UniqueFd makeParentOf(const std::string& name);
 
     // Creates (or empties) the file of a safe entry name inside `parent`.
-    OutputFile createFile(const Descriptor& parent, const std::string& name) const;
+    OutputFile createFile(const UniqueFd& parent, const std::string& name) const;
 
 private:
-    const Descriptor& root();
+    const UniqueFd& root();
 
     std::filesystem::path root_;
-    std::optional<Descriptor> rootDescriptor_;
+    std::optional<UniqueFd> rootDescriptor_;
 };
 
 }  // namespace velmora::zip

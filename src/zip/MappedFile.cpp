@@ -6,35 +6,25 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
+#include "base/FileError.h"
+#include "base/UniqueFd.h"
+
 namespace velmora {
-namespace {
-
-[[noreturn]] void fail(const char* what, const std::filesystem::path& path, int error) {
-    throw std::filesystem::filesystem_error(what, path, std::error_code(error, std::generic_category()));
-}
-
-// Closes the descriptor on every way out of open(); the mapping outlives it.
-struct Descriptor {
-    int fd;
-    ~Descriptor() { ::close(fd); }
-};
-
-}  // namespace
 
 MappedFile MappedFile::open(const std::filesystem::path& path) {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) fail("cannot open archive", path, errno);
-    const Descriptor descriptor{fd};
+    // The descriptor is closed on every way out; the mapping outlives it.
+    const UniqueFd descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const int fd = descriptor.get();
+    if (fd < 0) throwFileError("cannot open archive", path, errno);
     struct stat status {};
-    if (::fstat(fd, &status) != 0) fail("cannot read archive", path, errno);
-    if (!S_ISREG(status.st_mode)) fail("cannot map archive", path, EINVAL);
+    if (::fstat(fd, &status) != 0) throwFileError("cannot read archive", path, errno);
+    if (!S_ISREG(status.st_mode)) throwFileError("cannot map archive", path, EINVAL);
     const auto size = static_cast<std::size_t>(status.st_size);
     if (size == 0) return MappedFile(nullptr, 0);
     void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
-    if (address == MAP_FAILED) fail("cannot map archive", path, errno);
+    if (address == MAP_FAILED) throwFileError("cannot map archive", path, errno);
     // Entries are read front to back once: let the kernel read ahead generously.
     ::madvise(address, size, MADV_SEQUENTIAL);
     return MappedFile(address, size);

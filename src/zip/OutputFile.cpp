@@ -5,35 +5,18 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
+#include "base/FileError.h"
+
 namespace velmora::zip {
-
-void throwFileError(const char* what, const std::filesystem::path& path, int error) {
-    throw std::filesystem::filesystem_error(what, path, std::error_code(error, std::generic_category()));
-}
-
-Descriptor::Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    if (this != &other) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = std::exchange(other.fd_, -1);
-    }
-    return *this;
-}
-
-Descriptor::~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);  // an error while closing is of no use to anyone here
-}
 
 OutputFile OutputFile::create(int directoryFd, const std::string& name,
                               const std::filesystem::path& shownPath) {
     // No O_TRUNC yet: the file is emptied only once it is known to be a regular file. O_NONBLOCK
     // keeps a FIFO placed there from blocking the open.
     const int flags = O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-    Descriptor file(::openat(directoryFd, name.c_str(), flags, 0666));
+    UniqueFd file(::openat(directoryFd, name.c_str(), flags, 0666));
     if (file.get() < 0) throwFileError("cannot create file", shownPath, errno);
     struct stat status {};
     if (::fstat(file.get(), &status) != 0) throwFileError("cannot create file", shownPath, errno);

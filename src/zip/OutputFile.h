@@ -5,23 +5,9 @@
 #include <span>
 #include <string>
 
+#include "base/UniqueFd.h"
+
 namespace velmora::zip {
-
-// An open descriptor, closed when the holder goes away.
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    Descriptor(Descriptor&& other) noexcept;
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor();
-
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 // A regular file opened for writing from its start. A link at its place is not followed and
 // anything but a regular file is refused; an existing file is emptied. Errors are
@@ -38,13 +24,11 @@ public:
     void restart();
 
 private:
-    OutputFile(Descriptor descriptor, std::filesystem::path shownPath)
+    OutputFile(UniqueFd descriptor, std::filesystem::path shownPath)
         : descriptor_(std::move(descriptor)), shownPath_(std::move(shownPath)) {}
 
-    Descriptor descriptor_;
+    UniqueFd descriptor_;
     std::filesystem::path shownPath_;
 };
-
-[[noreturn]] void throwFileError(const char* what, const std::filesystem::path& path, int error);
 
 }  // namespace velmora::zip

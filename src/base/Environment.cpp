@@ -1,4 +1,4 @@
-#include "store/Environment.h"
+#include "base/Environment.h"
 
 #include <pwd.h>
 #include <unistd.h>
