@@ -364,6 +364,13 @@ TEST_F(ProviderTest, APackWhoseHeaderCannotBeReadFallsBackToExactlyTheCompactSam
     }
 }
 
+// The compact data's rules apply inside SSML too (plain text is checked by the self test).
+TEST_F(ProviderTest, RulesApplyInsideSsml) {
+    const std::string voice = voiceId("ios4", "en-US");
+    EXPECT_EQ(speak("<speak>Update iOS today</speak>", voice, 1.0, 1.0, true),
+              speak("<speak>Update I O S today</speak>", voice, 1.0, 1.0, true));
+}
+
 // A pack is spoken from as soon as it is in place, read afresh when replaced, and its removal
 // brings the compact voice back; a pitch change is spoken from compact data unless the release's
 // enhanced engine takes pitch.
