@@ -93,9 +93,6 @@ TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
     }
     const std::pair<const char*, std::string> failures[] = {
         {"/status/206", "Apple's voice catalog answered with HTTP 206."},
-        {"/status/304", "Apple's voice catalog answered with HTTP 304."},
-        {"/status/404", "Apple's voice catalog answered with HTTP 404."},
-        {"/status/500", "Apple's voice catalog answered with HTTP 500."},
         {"/redirect/status/404", "Apple's voice catalog answered with HTTP 404."},
         {"/dropped", "The network connection was lost."},
         {"/slow", "The download was cancelled."}};

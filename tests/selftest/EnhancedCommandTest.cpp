@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "enhanced/Fixtures.h"
 #include "selftest/BusWorld.h"
 #include "selftest/SuiteLines.h"
+#include "store/ContainerStatus.h"
 #include "support/Files.h"
 #include "support/Process.h"
 
@@ -63,11 +63,6 @@ protected:
     LoopbackServer server_{[this](httplib::Server& s) { s.set_mount_point("/", files_.path()); }};
 };
 
-mode_t permissions(const fs::path& file) {
-    struct stat info {};
-    return ::stat(file.c_str(), &info) == 0 ? info.st_mode & 07777 : 07777;
-}
-
 bool anythingAside(const fs::path& voices) {
     std::error_code error;
     for (fs::recursive_directory_iterator it(voices, error), end; !error && it != end; it.increment(error)) {
@@ -95,13 +90,8 @@ TEST_F(EnhancedCommandTest, WithoutAContainerTheRunIsOneFailLine) {
     const auto result = runProcess(VELMORA_CLI, {"selftest", "--enhanced"},
                                    {{"VELMORA_ENTITLEMENTS", (files_ / "none.entitlements").string()}});
     EXPECT_EQ(result.exitStatus, 1);
-    EXPECT_EQ(
-        result.out,
-        "ENHANCED FAIL no shared container: This copy of the app was signed without the App Group "
-        "entitlement, so the app and the voice extension have no folder in common and downloaded voices "
-        "cannot reach the speech system. Re-signing tools drop that entitlement when the signing account "
-        "cannot create App Groups. Install a build signed by an account that can, and the downloads will "
-        "work.\n");
+    EXPECT_EQ(result.out, "ENHANCED FAIL no shared container: " +
+                              *ContainerStatus(ContainerStatus::NotEntitled{}).explanation() + "\n");
     EXPECT_EQ(result.err, "velmora-cli: 1 line of the self test says FAIL.\n");
 }
 

@@ -23,11 +23,6 @@ const fs::path& world() {
 fs::path container() { return world() / "app-groups/group.test.selftest"; }
 fs::path pack(const std::string& id) { return container() / "Voices" / id; }
 
-mode_t permissions(const fs::path& file) {
-    struct stat info {};
-    return ::stat(file.c_str(), &info) == 0 ? info.st_mode & 07777 : 07777;
-}
-
 // A pack as an install leaves it: its header readable by its owner and group only.
 std::int64_t writePack(const std::string& id, bool withDictionaries = true) {
     writeFile(pack(id) / "broker.hdr", brokerHeader("Samantha"));

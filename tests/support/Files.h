@@ -25,6 +25,8 @@ private:
 void writeFile(const std::filesystem::path& file, std::string_view contents);
 // The whole file, or throws when it cannot be read.
 std::string readFile(const std::filesystem::path& file);
+// The permission bits of `file` (07777 when it cannot be examined).
+unsigned permissions(const std::filesystem::path& file);
 // A header naming `voice` the way voice packs write it.
 std::string brokerHeader(std::string_view voice);
 
