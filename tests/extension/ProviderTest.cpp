@@ -20,6 +20,7 @@
 #include "speech/StreamParser.h"
 #include "store/BrokerHeader.h"
 #include "store/VoiceStore.h"
+#include "support/BusEnvironment.h"
 #include "support/Files.h"
 
 namespace velmora::test {
@@ -469,11 +470,6 @@ int main(int argc, char** argv) {
     const std::map<std::string, std::string> shared{
         {"VELMORA_APP_GROUPS_ROOT", (world / "app-groups").string()},
         {"XDG_DATA_HOME", (world / "data").string()}};
-    for (const auto& [name, value] : shared) ::setenv(name.c_str(), value.c_str(), 1);
-    auto connection = sdbus::createSessionBusConnection();
-    sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus")
-        ->callMethod("UpdateActivationEnvironment")
-        .onInterface("org.freedesktop.DBus")
-        .withArguments(shared);
+    velmora::test::shareWithActivatedServices(shared);
     return RUN_ALL_TESTS();
 }

@@ -3,11 +3,11 @@
 #include "selftest/BusWorld.h"
 
 #include <gtest/gtest.h>
-#include <sdbus-c++/sdbus-c++.h>
 
 #include <map>
 #include <sstream>
 
+#include "support/BusEnvironment.h"
 #include "support/Files.h"
 
 namespace velmora::test {
@@ -34,12 +34,7 @@ int main(int argc, char** argv) {
         {"VELMORA_APP_GROUPS_ROOT", (busWorld() / "app-groups").string()},
         {"XDG_DATA_HOME", (busWorld() / "data").string()},
         {"TMPDIR", (busWorld() / "tmp").string()}};
-    for (const auto& [name, value] : shared) ::setenv(name.c_str(), value.c_str(), 1);
     ::unsetenv("VELMORA_ENTITLEMENTS");
-    auto connection = sdbus::createSessionBusConnection();
-    sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus")
-        ->callMethod("UpdateActivationEnvironment")
-        .onInterface("org.freedesktop.DBus")
-        .withArguments(shared);
+    velmora::test::shareWithActivatedServices(shared);
     return RUN_ALL_TESTS();
 }
