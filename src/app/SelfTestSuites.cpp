@@ -17,9 +17,11 @@ bool contains(const std::vector<std::string>& arguments, const char* flag) {
 
 }  // namespace
 
-SelfTestSuites SelfTestSuites::program() {
+SelfTestSuites SelfTestSuites::program(std::stop_token stop) {
     return {[] { SelfTest::run(); },
-            [](const std::vector<std::string>& arguments) { EnhancedSelfTest::run(arguments); }};
+            [stop](const std::vector<std::string>& arguments) {
+                EnhancedSelfTest::run(arguments, EnhancedSelfTestServices::system(stop));
+            }};
 }
 
 bool wantsSelfTests(const std::vector<std::string>& arguments) {

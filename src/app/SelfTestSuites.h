@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,9 @@ struct SelfTestSuites {
     std::function<void()> speech;
     std::function<void(const std::vector<std::string>& arguments)> enhanced;
 
-    // The speech and the enhanced self test.
-    static SelfTestSuites program();
+    // The speech and the enhanced self test; `stop` cancels the enhanced test's catalog fetch or
+    // download, so closing the window does not wait for a whole voice to arrive.
+    static SelfTestSuites program(std::stop_token stop);
 };
 
 // Runs, in this order and each at most once, the speech suite when the arguments hold

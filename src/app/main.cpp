@@ -44,8 +44,9 @@ int main(int argc, char* argv[]) {
     if (wantsSelfTests(arguments)) {
         // Once the event loop runs, so that the window is up first.
         QTimer::singleShot(0, &services, [&services, arguments] {
-            services.workers().start(
-                [arguments](std::stop_token) { runSelfTests(SelfTestSuites::program(), arguments); });
+            services.workers().start([arguments](std::stop_token stop) {
+                runSelfTests(SelfTestSuites::program(stop), arguments);
+            });
         });
     }
     application.exec();
