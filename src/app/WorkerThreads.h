@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <list>
 #include <memory>
@@ -45,10 +46,13 @@ private:
         std::jthread thread;
     };
     void reapFinished();
+    Q_INVOKABLE void runNextJob();
 
     std::mutex mutex_;
     std::list<Worker> workers_;
     std::atomic<std::uint64_t> posted_{0};
+    std::mutex jobsMutex_;
+    std::deque<std::function<void()>> jobs_;
 };
 
 // Holds an object weakly for work on other threads: they may copy the guard freely, but only
