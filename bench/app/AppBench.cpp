@@ -19,6 +19,7 @@
 #include "app/EnhancedVoiceManager.h"
 #include "app/WorkerThreads.h"
 #include "enhanced/Sha1.h"
+#include "support/ServeBytes.h"
 #include "zip/MappedFile.h"
 
 namespace fs = std::filesystem;
@@ -168,15 +169,7 @@ int main(int argc, char** argv) {
     const velmora::MappedFile bytes = velmora::MappedFile::open(archive);
     httplib::Server server;
     const int port = server.bind_to_any_port("127.0.0.1");
-    server.Get("/voice.zip", [&](const httplib::Request&, httplib::Response& response) {
-        const auto data = bytes.bytes();
-        response.set_content_provider(
-            data.size(), "application/zip",
-            [data](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                return sink.write(reinterpret_cast<const char*>(data.data()) + offset,
-                                  std::min<std::size_t>(length, 1 << 20));
-            });
-    });
+    velmora::bench::serveBytes(server, "/voice.zip", bytes.bytes(), "application/zip");
     // The server stands in for the network: it yields to the program's threads as the install does.
     std::thread listener([&] {
         ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10);

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "enhanced/Sha1.h"
+#include "support/ServeBytes.h"
 #include "zip/MappedFile.h"
 
 namespace fs = std::filesystem;
@@ -133,15 +134,7 @@ void benchArchive(const fs::path& work, int megabytes, int rounds) {
     server.Get("/catalog.xml", [&](const httplib::Request&, httplib::Response& response) {
         response.set_content(catalog, "application/xml");
     });
-    server.Get("/voice.zip", [&](const httplib::Request&, httplib::Response& response) {
-        const auto data = bytes.bytes();
-        response.set_content_provider(
-            data.size(), "application/zip",
-            [data](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-                return sink.write(reinterpret_cast<const char*>(data.data()) + offset,
-                                  std::min<std::size_t>(length, 1 << 20));
-            });
-    });
+    velmora::bench::serveBytes(server, "/voice.zip", bytes.bytes(), "application/zip");
     std::thread listener([&] { server.listen_after_bind(); });
     std::printf("archive %s: %.1f MB\n", archive.filename().c_str(),
                 static_cast<double>(fs::file_size(archive)) / 1e6);
