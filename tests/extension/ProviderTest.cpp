@@ -262,54 +262,104 @@ TEST_F(ProviderTest, RateAndPitchActOverTheirWholeRangesAndOddValuesCountAsNorma
 }
 
 // Events come in order, each before the sample where it happens, with ranges in characters of
-// the client's text, also where rules rewrote it ("iOS" is spoken as three letters).
+// the client's text, also where rules rewrote it ("iOS" is spoken as three letters): a word
+// without its punctuation, a sentence to its end, a mark just past its tag. A mark goes out with
+// the word or sentence that follows it, or where the sound ends.
 TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
     using Type = StreamEvent::Type;
     using Event = std::tuple<Type, std::uint32_t, std::uint32_t, std::string>;
+    constexpr Type sent = Type::sentence, word = Type::word, mark = Type::mark;
     const struct {
+        const char* name;
         std::string text;
         bool ssml;
         std::vector<Event> expected;
     } cases[] = {
-        {"Update iOS, café.",
+        {"plain text, rewritten by rules",
+         "Update iOS, café.",
          false,
-         {{Type::sentence, 0, 0, ""},
-          {Type::word, 0, 6, ""},
-          {Type::word, 7, 10, ""},
-          {Type::word, 7, 10, ""},
-          {Type::word, 7, 10, ""},
-          {Type::word, 12, 16, ""}}},
-        {"<speak>Hello <mark name=\"here\"/>world</speak>",
+         {{sent, 0, 17, ""},
+          {word, 0, 6, ""},
+          {word, 7, 10, ""},
+          {word, 7, 10, ""},
+          {word, 7, 10, ""},
+          {word, 12, 16, ""}}},
+        {"plain text, two sentences",
+         "Hello world. How are you?",
+         false,
+         {{sent, 0, 12, ""},
+          {word, 0, 5, ""},
+          {word, 6, 11, ""},
+          {sent, 13, 25, ""},
+          {word, 13, 16, ""},
+          {word, 17, 20, ""},
+          {word, 21, 24, ""}}},
+        {"a mark between words",
+         "<speak>Hello <mark name=\"here\"/>world</speak>",
          true,
-         {{Type::sentence, 7, 7, ""},
-          {Type::word, 7, 12, ""},
-          {Type::mark, 32, 32, "here"},
-          {Type::word, 32, 37, ""}}},
+         {{sent, 7, 37, ""}, {word, 7, 12, ""}, {mark, 32, 32, "here"}, {word, 32, 37, ""}}},
+        {"a mark after a sentence",
+         "<speak>Hello world. <mark name=\"m2\"/>How are you?</speak>",
+         true,
+         {{sent, 7, 19, ""},
+          {word, 7, 12, ""},
+          {word, 13, 18, ""},
+          {mark, 37, 37, "m2"},
+          {sent, 37, 49, ""},
+          {word, 37, 40, ""},
+          {word, 41, 44, ""},
+          {word, 45, 48, ""}}},
+        {"a mark at the end",
+         "<speak>Hello world<mark name=\"end\"/></speak>",
+         true,
+         {{sent, 7, 18, ""}, {word, 7, 12, ""}, {word, 13, 18, ""}, {mark, 36, 36, "end"}}},
+        {"a mark at the start",
+         "<speak><mark name=\"start\"/>Hello world</speak>",
+         true,
+         {{mark, 27, 27, "start"}, {sent, 27, 38, ""}, {word, 27, 32, ""}, {word, 33, 38, ""}}},
+        {"two marks in a row",
+         "<speak>One <mark name=\"a\"/><mark name=\"b\"/>two</speak>",
+         true,
+         {{sent, 7, 46, ""},
+          {word, 7, 10, ""},
+          {mark, 27, 27, "a"},
+          {mark, 43, 43, "b"},
+          {word, 43, 46, ""}}},
         // Spoken as two phrases, the second within the same sentence.
-        {"<speak>Hello<break time=\"1s\"/>world <mark name=\"m\"/>again</speak>",
+        {"a break within a sentence",
+         "<speak>Hello<break time=\"1s\"/>world <mark name=\"m\"/>again</speak>",
          true,
-         {{Type::sentence, 7, 7, ""},
-          {Type::word, 7, 12, ""},
-          {Type::word, 30, 35, ""},
-          {Type::mark, 52, 52, "m"},
-          {Type::word, 52, 57, ""}}},
+         {{sent, 7, 57, ""}, {word, 7, 12, ""}, {word, 30, 35, ""}, {mark, 52, 52, "m"}, {word, 52, 57, ""}}},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
         const Spoken spoken = speakWithEvents(c.text, voiceId("ios4", "en-US"), 1.0, 1.0, c.ssml);
         std::vector<Event> events;
         std::uint64_t previous = 0;
         std::optional<std::uint64_t> previousWord;
-        for (const auto& event : spoken.events) {
+        for (std::size_t i = 0; i < spoken.events.size(); ++i) {
+            const auto& event = spoken.events[i];
             events.emplace_back(event.type, event.rangeStart, event.rangeEnd, event.name);
-            EXPECT_GE(event.frame, previous) << c.text;
-            EXPECT_LT(event.frame, spoken.samples.size()) << c.text;
-            if (event.type == Type::word) {
+            EXPECT_GE(event.frame, previous);
+            EXPECT_LT(event.frame, spoken.samples.size());
+            if (event.type == word) {
                 EXPECT_TRUE(!previousWord || event.frame > *previousWord) << "two words at one sample";
                 previousWord = event.frame;
             }
             previous = event.frame;
+            if (event.type != mark) continue;
+            // A mark before a word is heard with it; one after the last word, once all is said.
+            const auto next = std::find_if(spoken.events.begin() + i, spoken.events.end(),
+                                           [](auto& e) { return e.type != mark; });
+            if (next != spoken.events.end()) {
+                EXPECT_EQ(event.frame, next->frame) << event.name;
+            } else {
+                const auto rest = std::span(spoken.samples).subspan(event.frame);
+                EXPECT_TRUE(std::ranges::all_of(rest, [](float x) { return std::abs(x) < 0.05f; }))
+                    << event.name;
+            }
         }
-        EXPECT_EQ(events, c.expected) << c.text;
+        EXPECT_EQ(events, c.expected);
     }
 }
 
