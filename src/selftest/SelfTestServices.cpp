@@ -16,14 +16,14 @@ public:
     HarnessRenderer(std::shared_ptr<SpeechSystem> system, std::stop_token stop)
         : synthesizer_(std::move(system), openAudioOutput), stop_(std::move(stop)) {}
 
-    RenderResult render(const std::string& text, const std::string& voiceIdentifier, float rate,
-                        float pitchMultiplier, const std::optional<std::filesystem::path>& dumpTo) override {
+    RenderResult render(const std::string& text, const SpeechVoice& voice, float rate, float pitchMultiplier,
+                        const std::optional<std::filesystem::path>& dumpTo) override {
         if (stop_.stop_requested()) return {};
-        return SelfTest::render(synthesizer_, text, voiceIdentifier, rate, pitchMultiplier, dumpTo);
+        return SelfTest::render(synthesizer_, text, voice, rate, pitchMultiplier, dumpTo);
     }
-    RenderResult renderSsml(const std::string& ssml, const std::string& voiceIdentifier) override {
+    RenderResult renderSsml(const std::string& ssml, const SpeechVoice& voice) override {
         if (stop_.stop_requested()) return {};
-        return SelfTest::renderSsml(synthesizer_, ssml, voiceIdentifier);
+        return SelfTest::renderSsml(synthesizer_, ssml, voice);
     }
 
 private:

@@ -192,18 +192,20 @@ TEST(HarnessTest, DumpHoldsTheBuffersInTheFirstOnesFormatAndIsClosedWithTheResul
 TEST(HarnessTest, RenderPassesTheSettingsAndNeverWritesRefusedSsml) {
     test::TempDir temp;
     ScriptedRenderer renderer({pcm({0.0f, 0.5f}), endMarker});
-    SelfTest::render(renderer, "Mac OS X", "com.example.voice", 0.25f, 1.4f, temp / "a.caf");
+    const SpeechVoice voice{"com.example.voice", "Voice", "en-US", "com.example.Second.Provider"};
+    SelfTest::render(renderer, "Mac OS X", voice, 0.25f, 1.4f, temp / "a.caf");
     const auto settings = [&last = renderer.last] {
-        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.rate,
-                          last.pitchMultiplier);
+        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.voiceProvider,
+                          last.rate, last.pitchMultiplier);
     };
-    EXPECT_EQ(settings(), std::tuple("Mac OS X"s, false, "com.example.voice"s, 0.25f, 1.4f));
+    EXPECT_EQ(settings(), std::tuple("Mac OS X"s, false, voice.identifier, voice.provider, 0.25f, 1.4f));
     EXPECT_EQ(readBack(temp / "a.caf"), (std::vector<float>{0.0f, 0.5f}));
 
     const std::string ssml = "<speak>Hello<break time=\"1.5s\"/>world</speak>";
-    EXPECT_DOUBLE_EQ(SelfTest::renderSsml(renderer, ssml, "com.example.voice").seconds, 0.02);
-    EXPECT_EQ(settings(), std::tuple(ssml, true, "com.example.voice"s, SpeechRate::defaultRate, 1.0f));
-    EXPECT_EQ(SelfTest::renderSsml(renderer, "<speak>Hello", "v"), RenderResult{});
+    EXPECT_DOUBLE_EQ(SelfTest::renderSsml(renderer, ssml, voice).seconds, 0.02);
+    EXPECT_EQ(settings(),
+              std::tuple(ssml, true, voice.identifier, voice.provider, SpeechRate::defaultRate, 1.0f));
+    EXPECT_EQ(SelfTest::renderSsml(renderer, "<speak>Hello", voice), RenderResult{});
     EXPECT_EQ(renderer.last.text, ssml);  // not handed to the renderer
 }
 

@@ -9,7 +9,7 @@ import Velmora
 ListView {
     id: list
 
-    signal voiceChosen(string identifier)
+    signal voiceChosen(string identifier, string provider)
 
     clip: true
     activeFocusOnTab: true
@@ -24,6 +24,7 @@ ListView {
 
         required property int index
         required property string identifier
+        required property string provider
         required property string shortName
         required property string languageName
         required property string accessibleName
@@ -49,11 +50,11 @@ ListView {
                 accessibleName: entry.accessibleName
                 title: entry.shortName
                 subtitle: entry.languageName
-                onActivated: list.voiceChosen(entry.identifier)
+                onActivated: list.voiceChosen(entry.identifier, entry.provider)
                 onClicked: {
                     list.currentIndex = entry.index
                     list.forceActiveFocus(Qt.MouseFocusReason)
-                    list.voiceChosen(entry.identifier)
+                    list.voiceChosen(entry.identifier, entry.provider)
                 }
 
                 IconImage {
