@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "store/ByteCount.h"
-#include "store/ContainerStatus.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -27,18 +26,6 @@ TEST(BrokerTagTest, FindsTheFirstClosedElement) {
     };
     for (const auto& c : cases) EXPECT_EQ(VoiceStore::brokerTag("voice", c.text), c.expected) << c.text;
     EXPECT_EQ(VoiceStore::brokerTag("rate", "<voice>A</voice><rate> 22050 </rate>"), "22050");
-}
-
-TEST(ContainerStatusTest, ExplainsEveryCaseButReadyNamingTheGroups) {
-    EXPECT_EQ(ContainerStatus(ContainerStatus::Ready{"/c"}).explanation(), std::nullopt);
-    EXPECT_TRUE(ContainerStatus(ContainerStatus::NoContainer{{"A", "B"}})
-                    .explanation()
-                    ->starts_with("The app is entitled to A, B but the system gave it no folder for it"));
-    EXPECT_TRUE(
-        ContainerStatus(ContainerStatus::NotEntitled{})
-            .explanation()
-            ->ends_with("Install a build signed by an account that can, and the downloads will work."));
-    EXPECT_EQ(ContainerStatus(ContainerStatus::NotEntitled{}).caseName(), "notEntitled");
 }
 
 TEST(ByteCountTest, FormatsFileSizesInDecimalUnits) {
