@@ -55,6 +55,8 @@ TEST_F(EnhancedCommandsTest, InstallThenListTheSortedCatalog) {
         for (int shift : {4, 0}) sha1 += "0123456789abcdef"[(std::to_integer<int>(value) >> shift) & 15];
     EXPECT_EQ(json[0]["state"], "installed");
     EXPECT_EQ(json[0]["sha1"], sha1);
+    EXPECT_EQ(json[0]["downloadSize"], 1000);
+    EXPECT_EQ(json[0]["installedSize"], 4000);
 }
 
 TEST_F(EnhancedCommandsTest, FailuresExitWithTheErrorText) {

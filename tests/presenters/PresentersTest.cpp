@@ -46,6 +46,8 @@ TEST(PresentersTest, EnhancedRowTexts) {
         {"percent 0.999", std::to_string(E::percent(0.999)), "99"},
         {"percent 0", std::to_string(E::percent(0)), "0"},
         {"percent 1", std::to_string(E::percent(1)), "100"},
+        {"available", E::availableDetail(12'300'000), "12.3 MB download"},
+        {"installed", E::installedDetail(45'600'000), "Installed, 45.6 MB"},
         {"downloading", E::downloadingDetail(0.999, 12'300'000), "Downloading 99% of 12.3 MB"},
         {"downloading at 0", E::downloadingDetail(0, 12'300'000), "Downloading 0% of 12.3 MB"},
         {"stop label", E::stopDownloadingLabel(n, l, 0.5, 12'300'000),

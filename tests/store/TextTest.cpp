@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "store/ByteCount.h"
+#include "store/ContainerStatus.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -26,6 +27,13 @@ TEST(BrokerTagTest, FindsTheFirstClosedElement) {
     };
     for (const auto& c : cases) EXPECT_EQ(VoiceStore::brokerTag("voice", c.text), c.expected) << c.text;
     EXPECT_EQ(VoiceStore::brokerTag("rate", "<voice>A</voice><rate> 22050 </rate>"), "22050");
+}
+
+// Only the explanation's list of groups is built; the rest is fixed text.
+TEST(ContainerStatusTest, NamesEveryEntitledGroup) {
+    EXPECT_TRUE(ContainerStatus(ContainerStatus::NoContainer{{"A", "B"}})
+                    .explanation()
+                    ->starts_with("The app is entitled to A, B but"));
 }
 
 TEST(ByteCountTest, FormatsFileSizesInDecimalUnits) {
