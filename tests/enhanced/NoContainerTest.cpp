@@ -19,7 +19,7 @@ TEST(NoContainerTest, StoreFailsSoftAndInstallExplainsTheContainerOfTheMoment) {
     test::writeFile(dir / "app-groups", "a file where the containers would go");
     test::entitleProcess(dir.path(), "G1");
 
-    const VoiceRelease& ios6 = *VoiceRelease::named("ios6");
+    const VoiceRelease ios6 = *VoiceRelease::named("ios6");
     EXPECT_EQ(VoiceStore::containerStatus(), ContainerStatus(ContainerStatus::NoContainer{{"G1"}}));
     EXPECT_EQ(VoiceStore::root(true), std::nullopt);
     EXPECT_EQ(VoiceStore::directory(ios6, "en-US"), std::nullopt);
