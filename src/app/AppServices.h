@@ -11,11 +11,13 @@
 namespace velmora {
 
 // What lives as long as the process: the worker threads of installs, catalog and voice-list
-// reads, and the services that enhanced voice managers are made with.
+// reads, and the enhanced voice manager with its queue of installs, which every visit of the
+// enhanced voices screen shows.
 class AppServices : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("made by the application")
+    Q_PROPERTY(velmora::EnhancedVoiceManager* enhanced READ enhanced CONSTANT)
 
 public:
     explicit AppServices(EnhancedServices enhanced = EnhancedServices::real(), QObject* parent = nullptr);
@@ -23,13 +25,12 @@ public:
 
     WorkerThreads& workers() { return workers_; }
 
-    // A new manager owned by `owner` (the enhanced voices page, so that popping the page ends
-    // it; this object when null). Installs it starts run on here after it is gone.
-    Q_INVOKABLE velmora::EnhancedVoiceManager* createManager(QObject* owner);
+    EnhancedVoiceManager* enhanced() { return &enhanced_; }
 
 private:
-    EnhancedServices enhanced_;
+    // The manager goes first: the threads' last jobs find it gone.
     WorkerThreads workers_;
+    EnhancedVoiceManager enhanced_;
 };
 
 }  // namespace velmora

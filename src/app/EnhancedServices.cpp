@@ -1,8 +1,8 @@
 #include "app/EnhancedServices.h"
 
-#include "app/EnhancedVoiceManager.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
+#include "enhanced/VoiceInstaller.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -10,7 +10,10 @@ namespace velmora {
 EnhancedServices EnhancedServices::real() {
     EnhancedServices services;
     services.fetchCatalog = [](std::stop_token stop) { return EnhancedVoiceCatalog::fetch(std::move(stop)); };
-    services.install = &EnhancedVoiceManager::download;
+    services.install = [](const EnhancedVoice& voice, const Progress& progress, const Unpacking& unpacking,
+                          std::stop_token stop) {
+        return VoiceInstaller(voice, progress, unpacking, std::move(stop)).run();
+    };
     services.installedPacks = &VoiceStore::installed;
     services.removePack = [](const EnhancedVoice& voice) { VoiceStore::remove(voice.release, voice.locale); };
     services.removeAllPacks = &VoiceStore::removeAll;

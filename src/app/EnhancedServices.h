@@ -21,6 +21,9 @@ struct EnhancedServices {
     // Worker thread: the catalog's voices in display order; throws with the user's text.
     std::function<std::vector<EnhancedVoice>(std::stop_token)> fetchCatalog;
     // Worker thread: downloads, verifies and installs one voice; returns the pack's size.
+    // `progress` receives the download's fraction done; `unpacking` is called once, after the
+    // checksum matched. A stop request cancels the transfer, or the install right after it; once
+    // checking has begun the install runs to its end.
     std::function<std::int64_t(const EnhancedVoice&, const Progress&, const Unpacking&, std::stop_token)>
         install;
     // The packs in the container, measured.

@@ -8,29 +8,46 @@
 namespace velmora {
 namespace {
 
-struct RowTexts {
+// How a row shows a state: its texts and its control.
+struct RowLook {
     std::string detail;
     std::string accessibleName;
+    std::string_view button;
+    bool destructive = false;
+    bool progress = false;
+    bool spinner = false;
+    bool checkmark = false;
 };
 
-// The row's detail and accessibility label for the voice's state.
-RowTexts rowTexts(const VoiceState& state, const std::string& name, const std::string& language,
-                  std::int64_t downloadSize) {
+RowLook rowLook(const VoiceState& state, const std::string& name, const std::string& language,
+                std::int64_t downloadSize) {
     using T = EnhancedTexts;
     if (const auto* downloading = std::get_if<VoiceState::Downloading>(&state.value)) {
         return {T::downloadingDetail(downloading->fraction, downloadSize),
-                T::stopDownloadingLabel(name, language, downloading->fraction, downloadSize)};
+                T::stopDownloadingLabel(name, language, downloading->fraction, downloadSize), T::stopButton,
+                false, true};
+    }
+    if (state.is<VoiceState::Waiting>()) {
+        return {T::waitingDetail(downloadSize), T::stopWaitingLabel(name, language, downloadSize),
+                T::stopButton};
     }
     if (state.is<VoiceState::Unpacking>()) {
-        return {std::string(T::unpackingDetail), T::unpackingLabel(name, language)};
+        return {std::string(T::unpackingDetail), T::unpackingLabel(name, language), {}, false, false, true};
     }
     if (const auto* installed = std::get_if<VoiceState::Installed>(&state.value)) {
-        return {T::installedDetail(installed->size), T::removeLabel(name, language, installed->size)};
+        return {T::installedDetail(installed->size),
+                T::removeLabel(name, language, installed->size),
+                T::removeButton,
+                true,
+                false,
+                false,
+                true};
     }
     if (const auto* failed = std::get_if<VoiceState::Failed>(&state.value)) {
-        return {failed->message, T::retryLabel(name, language, downloadSize, failed->message)};
+        return {failed->message, T::retryLabel(name, language, downloadSize, failed->message),
+                T::retryButton};
     }
-    return {T::availableDetail(downloadSize), T::downloadLabel(name, language, downloadSize)};
+    return {T::availableDetail(downloadSize), T::downloadLabel(name, language, downloadSize), T::getButton};
 }
 
 }  // namespace
@@ -48,8 +65,12 @@ QHash<int, QByteArray> EnhancedVoiceListModel::roleNames() const {
     return {{VoiceIdRole, "voiceId"},
             {NameRole, "name"},
             {DetailRole, "detail"},
-            {StateKindRole, "stateKind"},
             {FractionRole, "fraction"},
+            {ButtonTextRole, "buttonText"},
+            {DestructiveRole, "destructive"},
+            {ShowsProgressRole, "showsProgress"},
+            {ShowsSpinnerRole, "showsSpinner"},
+            {ShowsCheckmarkRole, "showsCheckmark"},
             {AccessibleNameRole, "accessibleName"},
             {ReleaseNameRole, "releaseName"},
             {SectionHeaderRole, "sectionHeader"},
@@ -77,18 +98,26 @@ QVariant EnhancedVoiceListModel::data(const QModelIndex& index, int role) const 
 
 QVariant EnhancedVoiceListModel::stateData(const Row& row, int role) const {
     const VoiceState state = stateOf_(row.id);
+    if (role == FractionRole) {
+        const auto* downloading = std::get_if<VoiceState::Downloading>(&state.value);
+        return downloading ? downloading->fraction : 0.0;
+    }
+    const RowLook look = rowLook(state, row.name, row.language, row.voice.downloadSize);
     switch (role) {
-        case StateKindRole:
-            return QString::fromLatin1(state.kindName());
-        case FractionRole: {
-            const auto* downloading = std::get_if<VoiceState::Downloading>(&state.value);
-            return downloading ? downloading->fraction : 0.0;
-        }
         case DetailRole:
-            return qtText(EnhancedTexts::rowSubtitle(
-                row.language, rowTexts(state, row.name, row.language, row.voice.downloadSize).detail));
+            return qtText(EnhancedTexts::rowSubtitle(row.language, look.detail));
         case AccessibleNameRole:
-            return qtText(rowTexts(state, row.name, row.language, row.voice.downloadSize).accessibleName);
+            return qtText(look.accessibleName);
+        case ButtonTextRole:
+            return qtText(std::string(look.button));
+        case DestructiveRole:
+            return look.destructive;
+        case ShowsProgressRole:
+            return look.progress;
+        case ShowsSpinnerRole:
+            return look.spinner;
+        case ShowsCheckmarkRole:
+            return look.checkmark;
         default:
             return {};
     }
@@ -112,7 +141,9 @@ void EnhancedVoiceListModel::setVoices(const std::vector<EnhancedVoice>& voices)
 }
 
 void EnhancedVoiceListModel::statesChanged(const std::vector<std::string>& voiceIds) {
-    static const QList<int> stateRoles{StateKindRole, FractionRole, DetailRole, AccessibleNameRole};
+    static const QList<int> stateRoles{FractionRole,     DetailRole,        AccessibleNameRole,
+                                       ButtonTextRole,   DestructiveRole,   ShowsProgressRole,
+                                       ShowsSpinnerRole, ShowsCheckmarkRole};
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         if (std::ranges::find(voiceIds, rows_[i].id) == voiceIds.end()) continue;
         const QModelIndex changed = index(static_cast<int>(i));

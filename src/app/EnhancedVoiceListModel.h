@@ -24,8 +24,12 @@ public:
         VoiceIdRole = Qt::UserRole + 1,
         NameRole,            // NAME
         DetailRole,          // LANGUAGE + " — " + the state's detail
-        StateKindRole,       // "available", "downloading", "unpacking", "installed" or "failed"
         FractionRole,        // the download's fraction done, else 0
+        ButtonTextRole,      // the row's button for its state ("Get", "Stop", ...), or empty
+        DestructiveRole,     // whether that button deletes
+        ShowsProgressRole,   // a download's progress bar
+        ShowsSpinnerRole,    // the spinner of an unpacking voice
+        ShowsCheckmarkRole,  // the mark of an installed voice
         AccessibleNameRole,  // the row's label for its state
         ReleaseNameRole,     // "ios6"
         SectionHeaderRole,   // "iOS 6 — 3 voices", the same on every row of the section

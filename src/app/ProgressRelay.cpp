@@ -8,7 +8,7 @@ ProgressRelay::ProgressRelay(WorkerThreads& workers, Apply apply)
 void ProgressRelay::report(double fraction) {
     shared_->newest.store(fraction);
     if (shared_->scheduled.exchange(true)) return;
-    shared_->workers->post([shared = shared_] { flush(shared); });
+    shared_->workers->toWindowThread([shared = shared_] { flush(shared); });
 }
 
 void ProgressRelay::flush(const std::shared_ptr<Shared>& shared) {

@@ -18,7 +18,7 @@ bool contains(const std::vector<std::string>& arguments, const char* flag) {
 }  // namespace
 
 SelfTestSuites SelfTestSuites::program(std::stop_token stop) {
-    return {[] { SelfTest::run(); },
+    return {[stop] { SelfTest::run(SelfTestServices::system(stop)); },
             [stop](const std::vector<std::string>& arguments) {
                 EnhancedSelfTest::run(arguments, EnhancedSelfTestServices::system(stop));
             }};

@@ -19,7 +19,7 @@ public:
 
 private:
     void ended() {
-        workers_.post([guard = guard_] {
+        workers_.toWindowThread([guard = guard_] {
             if (*guard) (*guard)->setSpeakingVoice({});
         });
     }
@@ -62,11 +62,12 @@ void SpeechController::retryWhileEmpty(int attemptsLeft) {
 
 void SpeechController::reload() {
     const std::uint64_t reading = ++readingsStarted_;
-    workers_.start([system = system_, reading, guard = guard_, workers = &workers_](std::stop_token) {
+    workers_.start([system = system_, reading, guard = guard_, workers = &workers_](std::stop_token stop) {
         // The providers' lists are read afresh each time: a provider may have registered since.
-        system->updateSpeechVoices();
+        system->updateSpeechVoices(stop);
+        if (stop.stop_requested()) return;
         auto voices = VoiceList::sortedByName(VoiceList::marked(system->voices()));
-        workers->post([guard, reading, voices = std::move(voices)]() mutable {
+        workers->toWindowThread([guard, reading, voices = std::move(voices)]() mutable {
             if (*guard) (*guard)->publish(reading, std::move(voices));
         });
     });

@@ -33,7 +33,7 @@ void WorkerThreads::start(std::function<void(std::stop_token)> work, Priority pr
     workers_.push_back(Worker{std::move(done), std::move(thread)});
 }
 
-void WorkerThreads::post(std::function<void()> job) {
+void WorkerThreads::toWindowThread(std::function<void()> job) {
     ++posted_;
     {
         std::lock_guard lock(jobsMutex_);

@@ -31,8 +31,9 @@ public:
 
     // Runs `work` on a new thread; its token is stopped when this owner ends.
     void start(std::function<void(std::stop_token)> work, Priority priority = Priority::normal);
-    // Runs `job` on this object's (the GUI) thread, after every job posted before it. Any thread.
-    void post(std::function<void()> job);
+    // Runs `job` on the window thread (this object's), after every job handed over before it.
+    // Any thread.
+    void toWindowThread(std::function<void()> job);
     // Threads whose work has not returned yet.
     std::size_t running();
     // Runs `job` on this object's thread once `delay` has passed. GUI thread only.

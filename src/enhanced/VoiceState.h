@@ -27,7 +27,11 @@ struct VoiceState {
         std::string message;
         bool operator==(const Failed&) const = default;
     };
-    using Value = std::variant<Available, Downloading, Unpacking, Installed, Failed>;
+    // Queued behind the installs that run; it starts when one of them ends.
+    struct Waiting {
+        bool operator==(const Waiting&) const = default;
+    };
+    using Value = std::variant<Available, Downloading, Unpacking, Installed, Failed, Waiting>;
 
     Value value;
 
@@ -35,8 +39,6 @@ struct VoiceState {
     bool is() const {
         return std::holds_alternative<Case>(value);
     }
-    // "available", "downloading", "unpacking", "installed" or "failed".
-    const char* kindName() const;
 
     bool operator==(const VoiceState&) const = default;
 };

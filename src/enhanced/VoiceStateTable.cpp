@@ -1,5 +1,6 @@
 #include "enhanced/VoiceStateTable.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace velmora {
@@ -15,53 +16,119 @@ std::vector<std::string> VoiceStateTable::voiceIds() const {
     return ids;
 }
 
-std::optional<VoiceStateTable::Task> VoiceStateTable::startInstall(const std::string& voiceId) {
-    if (hasTask(voiceId)) return std::nullopt;
-    states_[voiceId] = VoiceState{VoiceState::Downloading{0}};
-    Task task{++lastTask_, std::stop_source()};
-    tasks_.emplace(voiceId, task);
-    return task;
+bool VoiceStateTable::hasTaskId(TaskId task) const {
+    return std::ranges::any_of(queue_, [task](const Entry& entry) { return entry.task.id == task; });
 }
 
-bool VoiceStateTable::owns(const std::string& voiceId, TaskId task) const {
-    const auto found = tasks_.find(voiceId);
-    return found != tasks_.end() && found->second.id == task;
+VoiceStateTable::Entry* VoiceStateTable::find(TaskId task) {
+    const auto found =
+        std::ranges::find_if(queue_, [task](const Entry& entry) { return entry.task.id == task; });
+    return found == queue_.end() ? nullptr : &*found;
+}
+
+const VoiceStateTable::Entry* VoiceStateTable::registered(const std::string& voiceId) const {
+    const auto found = std::ranges::find_if(queue_, [&voiceId](const Entry& entry) {
+        return entry.task.voiceId == voiceId && entry.phase != Phase::cancelling;
+    });
+    return found == queue_.end() ? nullptr : &*found;
+}
+
+bool VoiceStateTable::runs(const std::string& voiceId) const {
+    return std::ranges::any_of(queue_, [&voiceId](const Entry& entry) {
+        return entry.task.voiceId == voiceId && entry.phase != Phase::waiting;
+    });
+}
+
+std::size_t VoiceStateTable::runningCount() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(queue_, [](const Entry& entry) { return entry.phase != Phase::waiting; }));
+}
+
+std::optional<VoiceStateTable::TaskId> VoiceStateTable::enqueue(const std::string& voiceId) {
+    if (hasTask(voiceId)) return std::nullopt;
+    states_[voiceId] = VoiceState{VoiceState::Waiting{}};
+    queue_.push_back(Entry{Task{++lastTask_, voiceId, std::stop_source()}, Phase::waiting});
+    return lastTask_;
+}
+
+std::vector<VoiceStateTable::Task> VoiceStateTable::startNext() {
+    std::vector<Task> started;
+    if (held_) return started;
+    for (auto& entry : queue_) {
+        if (runningCount() >= runningLimit) break;
+        // A cancelled install of the same voice is still winding down: this one waits for it.
+        if (entry.phase != Phase::waiting || runs(entry.task.voiceId)) continue;
+        entry.phase = Phase::running;
+        states_[entry.task.voiceId] = VoiceState{VoiceState::Downloading{0}};
+        started.push_back(entry.task);
+    }
+    return started;
 }
 
 bool VoiceStateTable::progress(const std::string& voiceId, TaskId task, double fraction) {
-    if (!owns(voiceId, task)) return false;
+    const Entry* entry = find(task);
+    if (!entry || entry->phase != Phase::running) return false;
     VoiceState& current = states_[voiceId];
-    if (!current.is<VoiceState::Downloading>()) return false;
     const VoiceState next{VoiceState::Downloading{fraction}};
-    if (current == next) return false;
+    if (!current.is<VoiceState::Downloading>() || current == next) return false;
     current = next;
     return true;
 }
 
 bool VoiceStateTable::unpacking(const std::string& voiceId, TaskId task) {
-    if (!owns(voiceId, task)) return false;
+    Entry* entry = find(task);
+    if (!entry || entry->phase == Phase::waiting || entry->phase == Phase::unpacking) return false;
+    // A stop that came too late: the install goes on, and says so, unless the voice was asked for
+    // again meanwhile.
+    if (entry->phase == Phase::cancelling && hasTask(voiceId)) return false;
+    entry->phase = Phase::unpacking;
     states_[voiceId] = VoiceState{VoiceState::Unpacking{}};
     return true;
 }
 
 bool VoiceStateTable::finished(const std::string& voiceId, TaskId task, const VoiceState& outcome) {
-    if (!owns(voiceId, task)) return false;
-    tasks_.erase(voiceId);
+    const Entry* entry = find(task);
+    if (!entry) return false;
+    const bool cancelled = entry->phase == Phase::cancelling;
+    std::erase_if(queue_, [task](const Entry& e) { return e.task.id == task; });
+    // A cancelled install that landed anyway is on disk; one that stopped rests available.
+    if (cancelled && (!outcome.is<VoiceState::Installed>() || hasTask(voiceId))) return false;
     states_[voiceId] = outcome;
     return true;
 }
 
-void VoiceStateTable::cancel(const std::string& voiceId) {
-    if (const auto found = tasks_.find(voiceId); found != tasks_.end()) {
-        found->second.stop.request_stop();
-        tasks_.erase(found);
+VoiceStateTable::Cancel VoiceStateTable::cancel(const std::string& voiceId) {
+    const Entry* found = registered(voiceId);
+    if (!found) return Cancel::nothing;
+    Entry& entry = *find(found->task.id);
+    switch (entry.phase) {
+        case Phase::unpacking:
+            return Cancel::tooLate;
+        case Phase::waiting:
+            std::erase_if(queue_, [id = entry.task.id](const Entry& e) { return e.task.id == id; });
+            states_[voiceId] = VoiceState{};
+            return Cancel::forgotten;
+        default:
+            entry.task.stop.request_stop();
+            entry.phase = Phase::cancelling;
+            states_[voiceId] = VoiceState{};
+            return Cancel::stopping;
     }
-    states_[voiceId] = VoiceState{};
 }
 
-void VoiceStateTable::cancelAll() {
-    for (auto& [voiceId, task] : tasks_) task.stop.request_stop();
-    tasks_.clear();
+bool VoiceStateTable::anyUnpacking() const {
+    return std::ranges::any_of(queue_, [](const Entry& entry) { return entry.phase == Phase::unpacking; });
+}
+
+bool VoiceStateTable::cancelAllAndHold() {
+    if (anyUnpacking()) return false;
+    std::vector<std::string> voiceIds;
+    for (const auto& entry : queue_) {
+        if (entry.phase != Phase::cancelling) voiceIds.push_back(entry.task.voiceId);
+    }
+    for (const auto& voiceId : voiceIds) cancel(voiceId);
+    held_ = true;
+    return true;
 }
 
 void VoiceStateTable::set(const std::string& voiceId, VoiceState state) {
@@ -69,7 +136,9 @@ void VoiceStateTable::set(const std::string& voiceId, VoiceState state) {
 }
 
 void VoiceStateTable::makeAllAvailable() {
-    for (auto& [voiceId, state] : states_) state = VoiceState{};
+    for (auto& [voiceId, state] : states_) {
+        if (!hasTask(voiceId)) state = VoiceState{};
+    }
 }
 
 std::vector<std::string> VoiceStateTable::installAllSelection(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -11,40 +12,62 @@
 
 namespace velmora {
 
-// The per-voice states of the enhanced voices and the install task that owns each voice, keyed
-// by voice id ("ios6/en-US"). Every report of an install names its task; a task that is no
-// longer the voice's registered one (cancelled, or replaced by a newer install) changes nothing,
-// so a cancelled voice rests available and a newer task's entry and state are never touched.
+// The per-voice states of the enhanced voices and the queue of installs, keyed by voice id
+// ("ios6/en-US"). At most `runningLimit` installs run at once; the others wait in the order they
+// were asked for, and a voice never has two installs running. Every report of an install names
+// its task, so a task that was cancelled or replaced never overwrites a newer one's state. A
+// task stays in the table until its outcome arrives, even when cancelled: it still holds its
+// place among the running ones, and once past its point of no return (unpacking) it lands.
 class VoiceStateTable {
 public:
     using TaskId = std::uint64_t;
+    static constexpr std::size_t runningLimit = 2;
 
-    // A started install: its id for the reports, and the source that cancels it.
+    // An install to run now: its id for the reports, its voice, and the source that stops it.
     struct Task {
         TaskId id = 0;
+        std::string voiceId;
         std::stop_source stop;
     };
 
+    // What cancel() did.
+    enum class Cancel { nothing, forgotten, stopping, tooLate };
+
     // The voice's state; available when it has none.
     VoiceState state(const std::string& voiceId) const;
-    bool hasTask(const std::string& voiceId) const { return tasks_.contains(voiceId); }
+    // Whether the voice has an install the user has not cancelled, waiting or running.
+    bool hasTask(const std::string& voiceId) const { return registered(voiceId) != nullptr; }
+    bool hasTaskId(TaskId task) const;
     // The voices that have a state.
     std::vector<std::string> voiceIds() const;
 
-    // Registers a new task and sets the voice downloading(0), unless a task runs for it.
-    std::optional<Task> startInstall(const std::string& voiceId);
+    // Queues an install of the voice, which then waits, unless it has one already.
+    std::optional<TaskId> enqueue(const std::string& voiceId);
+    // The waiting installs that may start now, in queue order; each is downloading(0) from here
+    // on. None while held.
+    std::vector<Task> startNext();
+
     // Reports of the task `task`; each returns whether the voice's state changed.
     bool progress(const std::string& voiceId, TaskId task, double fraction);
     bool unpacking(const std::string& voiceId, TaskId task);
     bool finished(const std::string& voiceId, TaskId task, const VoiceState& outcome);
 
-    // Requests cancellation of the voice's task, forgets it, and sets the voice available.
-    void cancel(const std::string& voiceId);
-    // Cancels and forgets every task.
-    void cancelAll();
+    // A waiting install is forgotten; a download is asked to stop and the voice is available at
+    // once (the task ends soon after); an unpacking install is past its point of no return and
+    // goes on, its state unchanged.
+    Cancel cancel(const std::string& voiceId);
+    bool anyUnpacking() const;
+    // Cancels every install and starts none until release(); false, changing nothing, while one
+    // unpacks.
+    bool cancelAllAndHold();
+    void release() { held_ = false; }
+    bool held() const { return held_; }
+    // No install runs (waiting ones may be queued).
+    bool idle() const { return runningCount() == 0; }
+
     // Sets a state outright (removal results, packs found on disk).
     void set(const std::string& voiceId, VoiceState state);
-    // Every voice that has a state becomes available.
+    // Every voice that has a state and no install becomes available.
     void makeAllAvailable();
 
     // Of `voiceIds`, in order, those an install-all starts: no state or available.
@@ -55,11 +78,20 @@ public:
     std::int64_t installedTotal() const;
 
 private:
-    bool owns(const std::string& voiceId, TaskId task) const;
+    enum class Phase { waiting, running, cancelling, unpacking };
+    struct Entry {
+        Task task;
+        Phase phase = Phase::waiting;
+    };
+    Entry* find(TaskId task);
+    const Entry* registered(const std::string& voiceId) const;
+    bool runs(const std::string& voiceId) const;
+    std::size_t runningCount() const;
 
     std::map<std::string, VoiceState> states_;
-    std::map<std::string, Task> tasks_;
+    std::vector<Entry> queue_;  // in the order the installs were asked for
     TaskId lastTask_ = 0;
+    bool held_ = false;
 };
 
 }  // namespace velmora

@@ -33,6 +33,10 @@ std::string EnhancedTexts::downloadingDetail(double fraction, std::int64_t downl
 
 std::string EnhancedTexts::installedDetail(std::int64_t bytes) { return "Installed, " + size(bytes); }
 
+std::string EnhancedTexts::waitingDetail(std::int64_t downloadSize) {
+    return "Waiting to download " + size(downloadSize);
+}
+
 std::string EnhancedTexts::downloadLabel(std::string_view name, std::string_view language,
                                          std::int64_t downloadSize) {
     return "Download " + joined(name, language) + ", " + size(downloadSize);
@@ -50,6 +54,11 @@ std::string EnhancedTexts::unpackingLabel(std::string_view name, std::string_vie
 
 std::string EnhancedTexts::removeLabel(std::string_view name, std::string_view language, std::int64_t bytes) {
     return "Remove " + joined(name, language) + ", " + size(bytes);
+}
+
+std::string EnhancedTexts::stopWaitingLabel(std::string_view name, std::string_view language,
+                                            std::int64_t downloadSize) {
+    return "Stop waiting to download " + joined(name, language) + ", " + size(downloadSize);
 }
 
 std::string EnhancedTexts::retryLabel(std::string_view name, std::string_view language,

@@ -42,6 +42,7 @@ struct EnhancedTexts {
     static std::string availableDetail(std::int64_t downloadSize);
     static std::string downloadingDetail(double fraction, std::int64_t downloadSize);
     static std::string installedDetail(std::int64_t size);
+    static std::string waitingDetail(std::int64_t downloadSize);
 
     // A row's accessibility label per state.
     static std::string downloadLabel(std::string_view name, std::string_view language,
@@ -50,6 +51,8 @@ struct EnhancedTexts {
                                             std::int64_t downloadSize);
     static std::string unpackingLabel(std::string_view name, std::string_view language);
     static std::string removeLabel(std::string_view name, std::string_view language, std::int64_t size);
+    static std::string stopWaitingLabel(std::string_view name, std::string_view language,
+                                        std::int64_t downloadSize);
     static std::string retryLabel(std::string_view name, std::string_view language, std::int64_t downloadSize,
                                   std::string_view message);
 

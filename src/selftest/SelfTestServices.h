@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -40,8 +41,10 @@ struct SelfTestServices {
     std::filesystem::path temporaryDirectory;
 
     // Line-buffered standard output, the speech providers on the session bus, renders through
-    // the render harness, the real clock and the user's temporary folder.
-    static SelfTestServices system();
+    // the render harness, the real clock and the user's temporary folder. Once `stop` is
+    // requested, voice reads and pauses end at once, renders return nothing and no line is
+    // printed, so that the suite runs out within a moment.
+    static SelfTestServices system(std::stop_token stop = {});
 };
 
 }  // namespace velmora

@@ -35,9 +35,10 @@ std::shared_ptr<SpeechSystem> SpeechSystem::shared() {
     return system;
 }
 
-void SpeechSystem::updateSpeechVoices() {
+void SpeechSystem::updateSpeechVoices(std::stop_token stop) {
     std::vector<ProviderVoice> voices;
-    if (bus_) voices = bus_->voicesOf(bus_->providerNames(), voicesTimeout);
+    if (bus_) voices = bus_->voicesOf(bus_->providerNames(), voicesTimeout, stop);
+    if (stop.stop_requested()) return;
     std::lock_guard lock(mutex_);
     voices_ = std::move(voices);
     read_ = true;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string_view>
 #include <vector>
 
@@ -27,8 +28,8 @@ public:
     // Every provider's voices: providers in name order, each one's voices in its own order. Two
     // providers may offer the same identifier; each voice names its provider.
     std::vector<SpeechVoice> voices();
-    // Re-reads the voices from the providers now.
-    void updateSpeechVoices();
+    // Re-reads the voices from the providers now; a read stopped half-way keeps the list as it was.
+    void updateSpeechVoices(std::stop_token stop = {});
     // The first voice whose language is `language` (a BCP 47 tag, case and "-"/"_" ignored),
     // else the first with the same primary language; an empty tag means the user's locale.
     std::optional<SpeechVoice> voiceForLanguage(std::string_view language);

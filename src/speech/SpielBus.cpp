@@ -39,7 +39,7 @@ std::vector<ProviderVoice> providerVoices(const std::string& busName, const sdbu
 // Gathers the answers of several Voices reads sent at once.
 struct SpielBus::VoiceReads {
     std::mutex mutex;
-    std::condition_variable answered;
+    std::condition_variable_any answered;
     std::vector<std::optional<std::vector<ProviderVoice>>> results;
     std::size_t pending = 0;
 
@@ -194,14 +194,14 @@ std::vector<std::string> SpielBus::providerNames() {
 }
 
 std::vector<ProviderVoice> SpielBus::voicesOf(const std::vector<std::string>& providers,
-                                              std::chrono::milliseconds timeout) {
+                                              std::chrono::milliseconds timeout, std::stop_token stop) {
     auto reads = std::make_shared<VoiceReads>();
     reads->results.resize(providers.size());
     reads->pending = providers.size();
     post([this, reads, providers, timeout] { sendVoiceReads(reads, providers, timeout); });
     std::unique_lock lock(reads->mutex);
     // Every call has its own time-out; the margin covers a bus that never reports it.
-    reads->answered.wait_for(lock, timeout + reportMargin, [&] { return reads->pending == 0; });
+    reads->answered.wait_for(lock, stop, timeout + reportMargin, [&] { return reads->pending == 0; });
     std::vector<ProviderVoice> voices;
     for (auto& result : reads->results) {
         if (result) voices.insert(voices.end(), result->begin(), result->end());

@@ -88,9 +88,10 @@ public:
     // Every provider, running or activatable, sorted by name.
     std::vector<std::string> providerNames();
     // The voices of `providers`, provider by provider in the given order; a provider that
-    // does not answer within `timeout`, or answers with something else, has none.
+    // does not answer within `timeout`, or answers with something else, has none; a stop
+    // request ends the wait at once, with what has come.
     std::vector<ProviderVoice> voicesOf(const std::vector<std::string>& providers,
-                                        std::chrono::milliseconds timeout);
+                                        std::chrono::milliseconds timeout, std::stop_token stop = {});
     // Sends one Synthesize call with `writeEnd` (duplicated into the message) as the pipe.
     std::shared_ptr<SynthesisReply> synthesize(const SynthesisRequest& request, int writeEnd,
                                                std::chrono::milliseconds timeout);

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "presenters/Announcements.h"
 #include "presenters/EnhancedTexts.h"
 #include "presenters/MainWindowTexts.h"
 #include "presenters/SectionHeader.h"
@@ -53,6 +54,9 @@ TEST(PresentersTest, EnhancedRowTexts) {
         {"stop label", E::stopDownloadingLabel(n, l, 0.5, 12'300'000),
          "Stop downloading Samantha, " + l + ", 50 percent of 12.3 MB"},
         {"remove label", E::removeLabel(n, l, 532), "Remove Samantha, " + l + ", 532 bytes"},
+        {"waiting", E::waitingDetail(12'300'000), "Waiting to download 12.3 MB"},
+        {"waiting label", E::stopWaitingLabel(n, l, 12'300'000),
+         "Stop waiting to download Samantha, " + l + ", 12.3 MB"},
         {"retry label", E::retryLabel(n, l, 12'300'000, "The archive is damaged."),
          "Download Samantha, " + l + ", 12.3 MB. Last attempt failed: The archive is damaged."},
     });
@@ -68,6 +72,37 @@ TEST(PresentersTest, EnhancedScreenTexts) {
         {"delete all message", E::deleteAllMessage(2, 42),
          "This deletes every enhanced voice you have downloaded \u2014 2 in all, 42 bytes. Each goes back to "
          "its compact voice, which stays installed, and you can download any of them again."},
+    });
+}
+
+// What a screen reader hears as a voice changes; "-" where it hears nothing.
+TEST(PresentersTest, Announcements) {
+    using S = VoiceState;
+    const S available{}, waiting{S::Waiting{}}, unpacking{S::Unpacking{}};
+    const auto at = [](double f) { return S{S::Downloading{f}}; };
+    const auto said = [](const S& before, const S& after) {
+        return Announcements::voiceChanged("Samantha", 12'300'000, before, after).value_or("-");
+    };
+    expectAll({
+        {"started", said(available, at(0)), "Downloading Samantha, 12.3 MB."},
+        {"retried", said(S{S::Failed{"x"}}, at(0)), "Downloading Samantha, 12.3 MB."},
+        {"waits", said(available, waiting), "Samantha waits; two voices download at a time."},
+        {"starts after waiting", said(waiting, at(0)), "Downloading Samantha, 12.3 MB."},
+        {"between milestones", said(at(0.26), at(0.49)), "-"},
+        {"first quarter", said(at(0.2), at(0.25)), "Samantha, 25 percent downloaded."},
+        {"jump over two", said(at(0.1), at(0.8)), "Samantha, 75 percent downloaded."},
+        {"complete is no milestone", said(at(0.8), at(1)), "-"},
+        {"unpacking", said(at(1), unpacking), "Unpacking Samantha."},
+        {"installed", said(unpacking, S{S::Installed{45'600'000}}), "Samantha installed, 45.6 MB."},
+        {"found on disk", said(available, S{S::Installed{45'600'000}}), "-"},
+        {"failed", said(at(0.5), S{S::Failed{"The archive is damaged."}}),
+         "Samantha failed: The archive is damaged."},
+        {"stopped", said(at(0.5), available), "Stopped downloading Samantha."},
+        {"no longer waits", said(waiting, available), "Samantha no longer waits."},
+        {"removed", said(S{S::Installed{1}}, available), "Samantha removed."},
+        {"catalog", Announcements::catalogLoaded(1), "Catalog loaded, 1 voice."},
+        {"catalog failed", Announcements::catalogFailed("Not Found"),
+         "The catalog could not be read: Not Found"},
     });
 }
 

@@ -11,6 +11,7 @@
 #include "app/Texts.h"
 #include "speech/AudioOutput.h"
 #include "store/ContainerStatus.h"
+#include "store/VoiceStore.h"
 
 namespace velmora::test {
 namespace {
@@ -93,18 +94,19 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     screen.press(Qt::Key_Space);
     screen.pressAccessibly(screen.accessibleItem("Download " + japanese, true));
 
-    const QString failed = "Download " + japanese + ". Last attempt failed: ";
+    // Two install at a time: Japanese waits while the British download and the German unpacking run.
     ASSERT_TRUE(screen.waitFor([&] {
         return screen.accessibleItem("Remove " + samantha, true) &&
                screen.accessibleItem("Stop downloading " + british + "42 percent of 1 KB") &&
-               screen.accessibleItem("Unpacking " + german) && screen.accessibleItem(failed, true);
+               screen.accessibleItem("Unpacking " + german) &&
+               screen.accessibleItem("Stop waiting to download " + japanese);
     }));
     const auto controlOf = [&](const QString& label, const QString& text) {
         return screen.itemWithText(text, screen.accessibleItem(label, true)) != nullptr;
     };
     EXPECT_TRUE(controlOf("Remove " + samantha, Texts::removeButton()));
     EXPECT_TRUE(controlOf("Stop downloading " + british, Texts::stopButton()));
-    EXPECT_TRUE(controlOf(failed, Texts::retryButton()));
+    EXPECT_TRUE(controlOf("Stop waiting to download " + japanese, Texts::stopButton()));
     EXPECT_TRUE(screen.shows(Texts::installedLabel()));
     EXPECT_TRUE(screen.accessibleItem(QStringLiteral("Delete all voices, 1 voice, "), true));
     EXPECT_TRUE(screen.shows("English (United Kingdom) — Downloading 42% of 1 KB"));
@@ -113,6 +115,10 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     screen.click(
         screen.itemWithText(Texts::stopButton(), screen.accessibleItem("Stop downloading " + british, true)));
     EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + british, true); }));
+    const QString failed = "Download " + japanese + ". Last attempt failed: ";
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem(failed, true); }));
+    EXPECT_TRUE(controlOf(failed, Texts::retryButton()));
+    screen.screenshot(QStringLiteral("enhanced-failed"));
     unpackingGate_.open();
     EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + german, true); }));
     EXPECT_TRUE(screen.accessibleItem(QStringLiteral("Delete all voices, 2 voices, "), true));
@@ -154,6 +160,61 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     EXPECT_FALSE(screen.shows(Texts::loading()));
     screen.press(Qt::Key_Escape);
     EXPECT_TRUE(screen.waitFor([&] { return screen.shows(Texts::rateLabel()); }));
+}
+
+// The installs belong to the program: a screen opened again shows them, and "Delete all" waits
+// for an unpacking voice instead of deleting under it.
+TEST_F(EnhancedScreenTest, ReopensOnRunningInstallsAndDeletesAllOnlyOnceUnpacked) {
+    VoiceStore::removeAll();
+    server_.download.close();
+    unpackingGate_.close();
+    auto harness = openScreen(appServices_);
+    auto& screen = *harness;
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + samantha, true); }));
+    screen.pressAccessibly(screen.accessibleItem("Download " + samantha, true));
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + samantha, true); }));
+    screen.pressAccessibly(screen.accessibleItem("Download " + british, true));
+    screen.pressAccessibly(screen.accessibleItem("Download " + german, true));
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Unpacking " + german); }));
+
+    screen.press(Qt::Key_Escape);
+    ASSERT_TRUE(screen.waitFor([&] { return screen.shows(Texts::rateLabel()); }));
+    screen.click(screen.itemWithText(Texts::enhancedVoicesButton()));
+    ASSERT_TRUE(screen.waitFor([&] {
+        return screen.accessibleItem("Stop downloading " + british + "42 percent of 1 KB") &&
+               screen.accessibleItem("Unpacking " + german);
+    }));
+    screen.screenshot(QStringLiteral("enhanced-reopened"));  // also waits for the page to settle
+    appServices_.enhanced()->install(QStringLiteral("ios6/en-GB"));
+    EXPECT_TRUE(screen.accessibleItem("Stop downloading " + british + "42 percent of 1 KB"))
+        << "a voice being downloaded is not downloaded again";
+
+    const auto deleteAll = [&] {
+        screen.click(screen.itemWithText(Texts::deleteAllButton()));
+        EXPECT_TRUE(
+            screen.waitFor([&] { return screen.itemWithText(Texts::deleteAllButton(), screen.overlay()); }));
+        screen.click(screen.itemWithText(Texts::deleteAllButton(), screen.overlay()));
+    };
+    deleteAll();
+    const QString refused =
+        QStringLiteral("A voice is being unpacked. Delete all voices once it is installed.");
+    ASSERT_TRUE(screen.waitFor([&] { return screen.shows(refused); }));
+    EXPECT_TRUE(screen.accessibleItem("Remove " + samantha, true));
+    EXPECT_TRUE(screen.accessibleItem("Stop downloading " + british, true));
+
+    unpackingGate_.open();
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + german, true); }));
+    deleteAll();
+    ASSERT_TRUE(screen.waitFor([&] {
+        return appServices_.enhanced()->lastAnnouncement() == QStringLiteral("All enhanced voices deleted.");
+    }));
+    for (const QString& voice : {samantha, british, german}) {
+        EXPECT_TRUE(screen.accessibleItem("Download " + voice, true)) << voice.toStdString();
+    }
+    EXPECT_FALSE(screen.shows(Texts::installedLabel()));
+    EXPECT_FALSE(screen.shows(refused));
+    EXPECT_TRUE(screen.focusedName().startsWith(QStringLiteral("Download ")))
+        << screen.focusedName().toStdString();
 }
 
 TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogError) {

@@ -1,5 +1,7 @@
 """Presses an enhanced voice row through AT-SPI and follows its name: "Download ...", then
-"Stop downloading ..." while the archive arrives, then "Remove ..." once it is installed.
+"Stop downloading ..." while the archive arrives, then "Remove ..." once it is installed; and
+listens, as a screen reader does, to the notification that says the download started and the
+voice was installed.
 
 Usage: atspi_row_test.py VELMORA. Runs the program with a catalog served here on loopback and
 its shared folder in a temporary folder; needs DISPLAY and the session bus set up by the caller.
@@ -81,6 +83,20 @@ def button(prefix):
         and a.getState().contains(pyatspi.STATE_SHOWING), True)
 
 
+def notification():
+    app = application()
+    return app and pyatspi.findDescendant(
+        app, lambda a: a.getRoleName() == "notification" and a.getState().contains(pyatspi.STATE_SHOWING), True)
+
+
+def heard(announcer, said, start):
+    """The announcer's newest sentence, noted in `said` once, if it starts with `start`."""
+    name = announcer.name
+    if name and (not said or said[-1] != name):
+        said.append(name)
+    return name.startswith(start) and name
+
+
 def press(element):
     action = element.queryAction()
     names = [action.getName(i) for i in range(action.nActions)]
@@ -97,12 +113,17 @@ def main():
             press(poll("the Enhanced voices button", lambda: button("Enhanced voices")))
             row = poll("the row to download", lambda: button("Download Samantha, English (United States), "))
             assert row.childCount == 0, f"the row exposes {row.childCount} children"
+            # The notification that has said the catalog was read says the rest.
+            announcer = poll("the notification", notification)
+            said = []
             press(row)
             poll("the downloading label", lambda: row.name.startswith(
                 "Stop downloading Samantha, English (United States), ") and row.name)
+            poll("the start said", lambda: heard(announcer, said, "Downloading Samantha, "))
             poll("the installed label", lambda: row.name.startswith(
                 "Remove Samantha, English (United States), ") and row.name)
-            print(f"ok: {row.name}")
+            poll("the install said", lambda: heard(announcer, said, "Samantha installed, "))
+            print(f"ok: {row.name}; heard {said}")
         finally:
             program.terminate()
             program.wait(timeout=10)

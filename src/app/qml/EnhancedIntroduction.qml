@@ -62,6 +62,11 @@ ColumnLayout {
         }
         WarningLabel {
             Layout.fillWidth: true
+            visible: intro.manager.removalError !== ""
+            text: intro.manager.removalError
+        }
+        WarningLabel {
+            Layout.fillWidth: true
             visible: intro.manager.catalogError !== ""
             text: intro.manager.catalogError
         }

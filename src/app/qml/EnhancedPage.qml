@@ -3,17 +3,30 @@ import QtQuick.Controls
 import Velmora
 
 // The enhanced voices screen: the introduction, then one section per release with a row per
-// voice. The page owns its manager, so going back ends it; installs it started run on.
+// voice. The manager is the application's, so installs go on when the screen is closed and show
+// again when it is opened.
 Page {
     id: page
 
-    required property AppServices services
+    required property EnhancedVoiceManager manager
     required property string backTitle
-    readonly property EnhancedVoiceManager manager: services.createManager(page)
-    // The installed voice whose removal waits for confirmation.
-    property string pendingRemoval: ""
 
     signal backRequested
+
+    // After a refresh or a removal the current row has the focus, so that it is spoken and the
+    // keys go on from there.
+    function focusList() {
+        if (list.currentIndex < 0)
+            list.currentIndex = 0
+        if (list.currentItem)
+            list.currentItem.forceActiveFocus(Qt.OtherFocusReason)
+        else
+            list.forceActiveFocus(Qt.OtherFocusReason)
+    }
+    function refresh() {
+        manager.load()
+        focusList()
+    }
 
     title: Texts.enhancedTitle
 
@@ -25,17 +38,16 @@ Page {
         ToolbarButton {
             text: Texts.refreshButton
             icon.name: Symbols.refresh
-            onClicked: page.manager.load()
+            onClicked: page.refresh()
         }
     }
 
-    // Shown with no voices listed: read the catalog. Coming back to a listed screen does not.
-    StackView.onActivated: if (list.count === 0) manager.load()
+    StackView.onActivated: manager.screenShown()
 
     Shortcut {
         sequence: StandardKey.Refresh
         enabled: page.StackView.status === StackView.Active
-        onActivated: page.manager.load()
+        onActivated: page.refresh()
     }
     Shortcut {
         sequences: [StandardKey.Back, "Escape"]
@@ -44,8 +56,7 @@ Page {
     }
     Connections {
         target: page.manager
-        function onRemovalRequested(voiceId) {
-            page.pendingRemoval = voiceId
+        function onRemovalRequested() {
             removeDialog.open()
         }
     }
@@ -75,10 +86,13 @@ Page {
     ConfirmationDialog {
         id: removeDialog
         title: Texts.removeDialogTitle
-        message: page.pendingRemoval === "" ? "" : page.manager.removeDialogMessage(page.pendingRemoval)
-        confirmText: page.pendingRemoval === "" ? "" : page.manager.removeButtonText(page.pendingRemoval)
-        onConfirmed: page.manager.remove(page.pendingRemoval)
-        onClosed: page.pendingRemoval = ""
+        message: page.manager.removeDialogMessage
+        confirmText: page.manager.removeButtonText
+        onConfirmed: page.manager.confirmRemoval()
+        onClosed: {
+            page.manager.dismissRemoval()
+            page.focusList()
+        }
     }
     ConfirmationDialog {
         id: deleteAllDialog
@@ -86,5 +100,6 @@ Page {
         message: page.manager.deleteAllMessage
         confirmText: Texts.deleteAllButton
         onConfirmed: page.manager.removeAll()
+        onClosed: page.focusList()
     }
 }

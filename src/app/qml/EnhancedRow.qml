@@ -4,8 +4,8 @@ import QtQuick.Controls.impl
 import QtQuick.Layouts
 import Velmora
 
-// One enhanced voice: its name, its language and state, and the control of its state. For a
-// screen reader the row is one button, named by its label, whose press is the row's action.
+// One enhanced voice: its name, its language and state, and the control of its state. Every
+// control does what the row's own action does for the state.
 FocusScope {
     id: entry
 
@@ -14,9 +14,13 @@ FocusScope {
     required property string voiceId
     required property string name
     required property string detail
-    required property string stateKind
     required property double fraction
     required property string accessibleName
+    required property string buttonText
+    required property bool destructive
+    required property bool showsProgress
+    required property bool showsSpinner
+    required property bool showsCheckmark
     required property string releaseName
     required property string sectionHeader
     required property bool firstInSection
@@ -47,71 +51,45 @@ FocusScope {
                 Accessible.onPressAction: clicked()
             }
         }
-        Rectangle {
-            id: row
+        ListRow {
             width: parent.width
-            implicitHeight: Math.max(rowContent.implicitHeight + 16, 52)
-            focus: true
-            color: entry.ListView.view.palette.base
-            border.color: entry.ListView.view.palette.highlight
-            border.width: row.activeFocus ? 2 : 0
-
-            Accessible.role: Accessible.Button
-            Accessible.name: entry.accessibleName
-            Accessible.focusable: true
-            Accessible.focused: row.activeFocus
-            Accessible.onPressAction: entry.manager.activate(entry.voiceId)
-            Keys.onSpacePressed: entry.manager.activate(entry.voiceId)
-            Keys.onReturnPressed: entry.manager.activate(entry.voiceId)
-            Keys.onEnterPressed: entry.manager.activate(entry.voiceId)
-
-            MouseArea {
-                anchors.fill: parent
-                onClicked: {
-                    entry.ListView.view.currentIndex = entry.index
-                    entry.ListView.view.forceActiveFocus(Qt.MouseFocusReason)
-                }
+            minimumHeight: 52
+            accessibleName: entry.accessibleName
+            title: entry.name
+            subtitle: entry.detail
+            onActivated: entry.manager.activate(entry.voiceId)
+            onClicked: {
+                entry.ListView.view.currentIndex = entry.index
+                entry.ListView.view.forceActiveFocus(Qt.MouseFocusReason)
             }
-            RowLayout {
-                id: rowContent
-                anchors.verticalCenter: parent.verticalCenter
-                x: Style.padding
-                width: parent.width - 2 * Style.padding
-                spacing: 8
 
-                Column {
-                    Layout.fillWidth: true
-                    spacing: 2
-                    Label {
-                        width: parent.width
-                        text: Bidi.isolated(entry.name)
-                        elide: Text.ElideRight
-                        horizontalAlignment: Text.AlignLeft
-                        Accessible.ignored: true
-                    }
-                    Label {
-                        width: parent.width
-                        text: Bidi.isolated(entry.detail)
-                        font.pointSize: Style.captionSize
-                        color: Style.secondary
-                        elide: Text.ElideRight
-                        horizontalAlignment: Text.AlignLeft
-                        Accessible.ignored: true
-                    }
-                }
-                StateControl {
-                    manager: entry.manager
-                    voiceId: entry.voiceId
-                    stateKind: entry.stateKind
-                    fraction: entry.fraction
-                }
+            ProgressBar {
+                visible: entry.showsProgress
+                implicitWidth: 70
+                from: 0
+                to: 1
+                value: entry.fraction
+                Accessible.ignored: true
             }
-            Rectangle {
-                anchors.bottom: parent.bottom
-                x: Style.padding
-                width: parent.width - Style.padding
-                height: 1
-                color: Style.separator
+            BusyIndicator {
+                visible: entry.showsSpinner
+                running: visible
+                implicitWidth: 24
+                implicitHeight: 24
+                padding: 2
+                Accessible.ignored: true
+            }
+            IconImage {
+                visible: entry.showsCheckmark
+                name: Symbols.installed
+                sourceSize: Qt.size(18, 18)
+                Accessible.ignored: true
+            }
+            RowButton {
+                visible: entry.buttonText !== ""
+                text: entry.buttonText
+                palette.buttonText: entry.destructive ? Style.destructive : entry.ListView.view.palette.buttonText
+                onClicked: entry.manager.activate(entry.voiceId)
             }
         }
     }

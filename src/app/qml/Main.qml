@@ -29,10 +29,21 @@ ApplicationWindow {
         }
     }
 
+    // What happens to the enhanced voices is heard on either page.
+    Announcer {
+        id: announcer
+    }
+    Connections {
+        target: window.services.enhanced
+        function onAnnounced(text) {
+            announcer.say(text)
+        }
+    }
+
     Component {
         id: enhancedPage
         EnhancedPage {
-            services: window.services
+            manager: window.services.enhanced
             backTitle: Texts.windowTitle
             onBackRequested: stack.pop()
         }

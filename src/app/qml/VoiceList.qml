@@ -45,74 +45,24 @@ ListView {
                 visible: entry.firstInSection
                 text: entry.sectionHeader
             }
-            Rectangle {
-                id: row
+            ListRow {
                 width: parent.width
-                implicitHeight: rowContent.implicitHeight + 16
-                focus: true
-                color: tap.pressed ? list.palette.midlight : list.palette.base
-                border.color: list.palette.highlight
-                border.width: row.activeFocus ? 2 : 0
-
-                Accessible.role: Accessible.Button
-                Accessible.name: entry.accessibleName
-                Accessible.focusable: true
-                Accessible.focused: row.activeFocus
-                Accessible.onPressAction: list.voiceChosen(entry.identifier, entry.provider)
-                Keys.onSpacePressed: list.voiceChosen(entry.identifier, entry.provider)
-                Keys.onReturnPressed: list.voiceChosen(entry.identifier, entry.provider)
-                Keys.onEnterPressed: list.voiceChosen(entry.identifier, entry.provider)
-
-                MouseArea {
-                    id: tap
-                    anchors.fill: parent
-                    onClicked: {
-                        list.currentIndex = entry.index
-                        list.forceActiveFocus(Qt.MouseFocusReason)
-                        list.voiceChosen(entry.identifier, entry.provider)
-                    }
+                accessibleName: entry.accessibleName
+                title: entry.shortName
+                subtitle: entry.languageName
+                onActivated: list.voiceChosen(entry.identifier, entry.provider)
+                onClicked: {
+                    list.currentIndex = entry.index
+                    list.forceActiveFocus(Qt.MouseFocusReason)
+                    list.voiceChosen(entry.identifier, entry.provider)
                 }
-                RowLayout {
-                    id: rowContent
-                    anchors.verticalCenter: parent.verticalCenter
-                    x: Style.padding
-                    width: parent.width - 2 * Style.padding
-                    spacing: 8
 
-                    Column {
-                        Layout.fillWidth: true
-                        spacing: 2
-                        Label {
-                            width: parent.width
-                            text: Bidi.isolated(entry.shortName)
-                            elide: Text.ElideRight
-                            horizontalAlignment: Text.AlignLeft
-                            Accessible.ignored: true
-                        }
-                        Label {
-                            width: parent.width
-                            text: Bidi.isolated(entry.languageName)
-                            font.pointSize: Style.captionSize
-                            color: Style.secondary
-                            elide: Text.ElideRight
-                            horizontalAlignment: Text.AlignLeft
-                            Accessible.ignored: true
-                        }
-                    }
-                    IconImage {
-                        visible: entry.speaking
-                        name: Symbols.speaking
-                        color: Style.accent
-                        sourceSize: Qt.size(18, 18)
-                        Accessible.ignored: true
-                    }
-                }
-                Rectangle {
-                    anchors.bottom: parent.bottom
-                    x: Style.padding
-                    width: parent.width - Style.padding
-                    height: 1
-                    color: Style.separator
+                IconImage {
+                    visible: entry.speaking
+                    name: Symbols.speaking
+                    color: Style.accent
+                    sourceSize: Qt.size(18, 18)
+                    Accessible.ignored: true
                 }
             }
             SectionFooter {
