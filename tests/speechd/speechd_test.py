@@ -3,9 +3,10 @@
 private session bus this test runs in (dbus-run-session). The server has its own configuration
 folder, socket and log folder, and no sound server: the module plays in silence at real time.
 
-Usage: speechd_test.py MODULE PROVIDER_SERVICE SERVICE_DIR WORK_DIR
+Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR
 The provider's service file is copied into SERVICE_DIR (a folder the bus activates from) only
-once the module runs, as installing a voice provider does.
+once the module runs, as installing a voice provider does. Last, the server runs from the
+user's settings alone, as velmora-cli system-voice enable leaves them.
 """
 import os
 import pathlib
@@ -17,7 +18,7 @@ import time
 
 import speechd
 
-MODULE, PROVIDER_SERVICE, SERVICE_DIR, WORK = map(pathlib.Path, sys.argv[1:5])
+MODULE, CLI, PROVIDER_SERVICE, SERVICE_DIR, WORK = map(pathlib.Path, sys.argv[1:6])
 failures = []
 
 
@@ -27,28 +28,33 @@ def check(name, ok, detail=""):
         failures.append(name)
 
 
-def start_server():
-    shutil.rmtree(WORK, ignore_errors=True)
+USER_ENV = dict(os.environ, HOME=str(WORK), XDG_CONFIG_HOME=str(WORK / "config"), XDG_RUNTIME_DIR=str(WORK))
+
+
+def start_server(own_config=True):
+    """A server with a configuration folder of the test's own, or with the user's settings."""
+    shutil.rmtree(WORK / "conf", ignore_errors=True)
+    shutil.rmtree(WORK / "log", ignore_errors=True)
+    (WORK / "sock").unlink(missing_ok=True)
     (WORK / "conf" / "modules").mkdir(parents=True)
     (WORK / "log").mkdir()
     (WORK / "conf" / "speechd.conf").write_text(
         f'LogLevel 4\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')
     (WORK / "conf" / "modules" / "velmora.conf").write_text('VelmoraAudioOutput "null"\n')
-    env = dict(os.environ, HOME=str(WORK), XDG_CONFIG_HOME=str(WORK / "config"),
-               XDG_RUNTIME_DIR=str(WORK))
+    config = ["-C", str(WORK / "conf")] if own_config else []
     server = subprocess.Popen(
         ["speech-dispatcher", "-s", "-t", "0", "-c", "unix_socket", "-S", str(WORK / "sock"),
-         "-C", str(WORK / "conf"), "-L", str(WORK / "log")],
-        env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+         "-L", str(WORK / "log"), *config],
+        env=USER_ENV, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     deadline = time.monotonic() + 20
     while not (WORK / "sock").exists() and time.monotonic() < deadline:
         time.sleep(0.05)
     return server
 
 
-def spd_say(*args):
+def spd_say(*args, module=("-o", "velmora")):
     env = dict(os.environ, SPEECHD_ADDRESS=f"unix_socket:{WORK / 'sock'}")
-    return subprocess.run(["spd-say", "-o", "velmora", *args], env=env, capture_output=True,
+    return subprocess.run(["spd-say", *module, *args], env=env, capture_output=True,
                           text=True, timeout=30)
 
 
@@ -148,9 +154,45 @@ def test_stop_during_long_message(client):
     check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
 
 
+def stop_server(server):
+    server.terminate()
+    server.wait(timeout=10)
+
+
+def test_system_voice_enable():
+    user_file = WORK / "config" / "speech-dispatcher" / "speechd.conf"
+    own = 'DefaultRate 20\nAddModule "espeak-ng" "sd_espeak-ng" "espeak-ng.conf"\n'
+    # name, the user's file before (None: none), the modules the server then loads
+    cases = [
+        ("without a file of the user's", None, ["espeak-ng", "velmora"]),
+        ("with the user's own file",     own,  ["espeak-ng", "velmora"]),
+    ]
+    for name, before, modules in cases:
+        shutil.rmtree(user_file.parent, ignore_errors=True)
+        if before is not None:
+            user_file.parent.mkdir(parents=True)
+            user_file.write_text(before)
+        cli = lambda verb: subprocess.run([CLI, "system-voice", verb], env=USER_ENV, capture_output=True, text=True)
+        enabled = cli("enable")
+        server = start_server(own_config=False)
+        try:
+            listed = sorted(spd_say("-O", module=()).stdout.split()[2:])
+            spoken = spd_say("-w", "Hello")
+        finally:
+            stop_server(server)
+        check(f"enable {name}: the server loads the module", enabled.returncode == 0 and listed == modules,
+              f"{enabled.stdout}{enabled.stderr} {listed}")
+        check(f"enable {name}: the module speaks", spoken.returncode == 0 and "voice " in module_log(), module_log())
+        check(f"enable {name}: status says so", "enabled for this user" in cli("status").stdout)
+        cli("disable")
+        after = user_file.read_text() if user_file.exists() else None
+        check(f"disable {name}: the file is as before", after == before, repr(after))
+
+
 def main():
     for leftover in SERVICE_DIR.glob("*.service"):
         leftover.unlink()
+    shutil.rmtree(WORK, ignore_errors=True)
     server = start_server()
     try:
         listing = test_voice_installed_while_running()
@@ -160,8 +202,8 @@ def main():
         test_stop_during_long_message(client)
         client.ssip.close()
     finally:
-        server.terminate()
-        server.wait(timeout=10)
+        stop_server(server)
+    test_system_voice_enable()
     if failures:
         print(module_log()[-4000:])
     return 1 if failures else 0
