@@ -68,10 +68,10 @@ class Client:
         return started
 
     def wait_for(self, *kinds):
-        """The first of `kinds` to come, with its time; (None, nan) after 10 s without it."""
+        """The first of `kinds` to come, with its time; (None, nan) after 30 s without it."""
         try:
             while True:
-                kind, at = self.events.get(timeout=10)
+                kind, at = self.events.get(timeout=30)
                 if kind in kinds:
                     return kind, at
         except queue.Empty:
@@ -81,6 +81,7 @@ class Client:
 def first_sample_ms(client, text):
     started = client.speak(text)
     _, begun = client.wait_for(Kind.BEGIN)
+    client.ssip.stop()
     client.wait_for(Kind.END, Kind.CANCEL)
     return (begun - started) * 1000
 
@@ -109,7 +110,6 @@ def main():
             client = Client(module)
             first_sample_ms(client, "Warm up.")
             for name, text in TEXTS:
-                print(f"{module}: {name}", file=sys.stderr, flush=True)
                 firsts = [first_sample_ms(client, text) for _ in range(RUNS)]
                 rows.append((module, name, median(firsts)))
             stops = [stop_ms(client, TEXTS[2][1]) for _ in range(RUNS)]
