@@ -172,7 +172,7 @@ bool EspeakEngine::synthesize(const std::string& ssml, const std::string& langua
     const unsigned flags = espeakCHARS_UTF8 | espeakSSML;
     const espeak_ng_STATUS status =
         espeak_ng_Synthesize(ssml.c_str(), ssml.size() + 1, 0, POS_CHARACTER, 0, flags, nullptr, &context);
-    return status == ENS_OK && !context.stopped;
+    return status == ENS_OK && !context.stopped && listener.end();
 }
 
 bool EspeakEngine::synthesizeAlone(const std::string& ssml, const std::string& language,

@@ -30,6 +30,8 @@ public:
     virtual ~EngineListener() = default;
     virtual bool samples(std::span<const std::int16_t> samples) = 0;
     virtual bool event(const EngineEvent& event) = 0;
+    // The engine has finished the utterance; the last word on it.
+    virtual bool end() { return true; }
 };
 
 class EspeakEngine {

@@ -1,6 +1,7 @@
 // VelmoraVoice: the reference voice provider, a speech provider on the session bus that D-Bus
 // starts on demand. It speaks the compact voice data in its bundle with espeak-ng, or the pack
 // that the application installed in the shared container.
+#include <pthread.h>
 #include <sdbus-c++/sdbus-c++.h>
 
 #include <csignal>
@@ -18,13 +19,18 @@ namespace {
 using namespace velmora;
 using namespace velmora::provider;
 
-void ignorePipeSignals() {
+void prepareSignals() {
     // Closed pipes show as EPIPE.
     std::signal(SIGPIPE, SIG_IGN);
+    // Ended children are read from a descriptor in the server's loop.
+    sigset_t childEnded;
+    sigemptyset(&childEnded);
+    sigaddset(&childEnded, SIGCHLD);
+    ::pthread_sigmask(SIG_BLOCK, &childEnded, nullptr);
 }
 
 void serve() {
-    ignorePipeSignals();
+    prepareSignals();
     confineProcess();
     EspeakEngine::initialise();
     auto resources = VoiceStore::resourceFolder();
@@ -35,7 +41,7 @@ void serve() {
 
     auto connection = sdbus::createSessionBusConnection(SpeechProviderServer::busName);
     SpeechProviderServer server(*connection, std::move(voices));
-    connection->enterEventLoop();
+    server.serve();
 }
 
 }  // namespace

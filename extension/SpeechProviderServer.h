@@ -7,15 +7,15 @@
 #include <vector>
 
 #include "CompactVoice.h"
-#include "UtteranceChildren.h"
+#include "UtteranceQueue.h"
 
 namespace velmora::provider {
 
-// The org.freedesktop.Speech.Provider object on the session bus. Each Synthesize call is
-// spoken by a child process of its own, forked at once, so the bus loop never waits for an
-// utterance, a client that closes its pipe early ends only its own child, and requests run side
-// by side, up to UtteranceChildren::maximumPerClient of one client at once; beyond that a call
-// is refused with the error `busyError`. Ended children are reaped at the next call.
+// The org.freedesktop.Speech.Provider object on the session bus. Every well-formed Synthesize
+// call is accepted and answered at once; its utterance is spoken by a child process of its own,
+// in the order the client sent them and a few at a time (UtteranceQueue), so the bus loop never
+// waits for an utterance and a client that closes its pipe early ends only its own child. Only
+// a client past the queue's bounds (thousands of utterances waiting) is refused, with `busyError`.
 class SpeechProviderServer {
 public:
     static constexpr const char* busName = "com.tarvenholt.Velmora.Speech.Provider";
@@ -26,15 +26,14 @@ public:
         "com.tarvenholt.Velmora.Speech.Provider.Error.UnknownVoice";
     static constexpr const char* busyError = "com.tarvenholt.Velmora.Speech.Provider.Error.Busy";
 
-    // The feature bits of the interface that every voice honours: word, sentence and SSML mark
-    // events, and the SSML elements espeak-ng reads (say-as characters, break, sub, emphasis,
-    // prosody, s and p).
-    static const std::uint64_t voiceFeatures;
-
     SpeechProviderServer(sdbus::IConnection& connection, std::vector<CompactVoice> voices);
 
     // "audio/x-spiel,format=S16LE,channels=1,rate=<engine rate>": the framed stream.
     static std::string outputFormat();
+
+    // Serves the bus until it disconnects, starting waiting utterances as children end.
+    // SIGCHLD must be blocked in every thread of the process.
+    void serve();
 
 private:
     using VoiceEntry =
@@ -44,8 +43,9 @@ private:
     void synthesize(const sdbus::UnixFd& pipe, const std::string& text, const std::string& voiceId,
                     double pitch, double rate, bool isSsml, const std::string& language);
 
+    sdbus::IConnection& connection_;
     std::vector<CompactVoice> voices_;
-    UtteranceChildren children_;
+    UtteranceQueue queue_;
     std::unique_ptr<sdbus::IObject> object_;
 };
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "SpokenRanges.h"
+
 namespace velmora::provider {
 namespace {
 
@@ -26,26 +28,18 @@ std::vector<std::uint32_t> charactersBefore(std::string_view text) {
     return counts;
 }
 
-FramedStreamWriter::EventType streamEventType(EngineEvent::Kind kind) {
-    switch (kind) {
-        case EngineEvent::Kind::word:
-            return FramedStreamWriter::EventType::word;
-        case EngineEvent::Kind::sentence:
-            return FramedStreamWriter::EventType::sentence;
-        case EngineEvent::Kind::mark:
-            break;
-    }
-    return FramedStreamWriter::EventType::mark;
-}
-
 }  // namespace
 
-StreamListener::StreamListener(FramedStreamWriter& stream, std::string_view clientText)
-    : stream_(stream), clientCharactersBefore_(charactersBefore(clientText)) {}
+StreamListener::StreamListener(FramedStreamWriter& stream, std::string_view clientText, bool ssml)
+    : stream_(stream),
+      clientText_(clientText),
+      ssml_(ssml),
+      clientCharactersBefore_(charactersBefore(clientText)) {}
 
-void StreamListener::startPhrase(const SourceMappedText& spoken, bool continuesSentence) {
-    spoken_ = &spoken;
-    engineCharacters_ = characterStarts(spoken.text());
+void StreamListener::startPhrase(const MarkedPhrase& spoken, bool continuesSentence) {
+    spoken_ = &spoken.ssml;
+    marks_.assign(spoken.marks.begin(), spoken.marks.end());
+    engineCharacters_ = characterStarts(spoken.ssml.text());
     skipSentence_ = continuesSentence;
 }
 
@@ -63,11 +57,42 @@ bool StreamListener::event(const EngineEvent& event) {
     // The engine reports a sentence start first, if at all.
     if (std::exchange(skipSentence_, false) && event.kind == EngineEvent::Kind::sentence) return true;
     if (spoken_ == nullptr) return true;
+    if (event.kind == EngineEvent::Kind::mark) return marksUpToNamed(event.name);
+    const SourceMappedText::Span range = clientRange(event);
+    if (!marksUpTo(range.begin)) return false;
+    if (event.kind == EngineEvent::Kind::sentence)
+        return send(FramedStreamWriter::EventType::sentence,
+                    {range.begin, sentenceEnd(clientText_, ssml_, range.begin)});
+    return send(FramedStreamWriter::EventType::word, wordWithoutPunctuation(clientText_, ssml_, range));
+}
+
+SourceMappedText::Span StreamListener::clientRange(const EngineEvent& event) const {
     const std::size_t begin = engineByte(event.textPosition);
     const std::size_t end = event.length > 0 ? engineByte(event.textPosition + event.length) : begin;
-    const auto origin = spoken_->origin(begin, end);
-    return stream_.event(streamEventType(event.kind), clientCharactersBefore_[origin.begin],
-                         clientCharactersBefore_[origin.end], event.name);
+    return spoken_->origin(begin, end);
+}
+
+bool StreamListener::send(FramedStreamWriter::EventType type, SourceMappedText::Span range,
+                          std::string_view name) {
+    const auto characters = [&](std::size_t byte) {
+        return clientCharactersBefore_[std::min(byte, clientCharactersBefore_.size() - 1)];
+    };
+    return stream_.event(type, characters(range.begin), characters(range.end), name);
+}
+
+bool StreamListener::marksUpTo(std::size_t at) {
+    for (; !marks_.empty() && marks_.front().clientByte <= at; marks_.pop_front()) {
+        const PhraseMark& mark = marks_.front();
+        if (!send(FramedStreamWriter::EventType::mark, {mark.clientByte, mark.clientByte}, mark.name))
+            return false;
+    }
+    return true;
+}
+
+// A mark the engine reports is one left in its text; those before it were taken out.
+bool StreamListener::marksUpToNamed(std::string_view name) {
+    const auto named = std::ranges::find(marks_, name, &PhraseMark::name);
+    return named == marks_.end() || marksUpTo(named->clientByte);
 }
 
 std::size_t StreamListener::engineByte(std::size_t character) const {

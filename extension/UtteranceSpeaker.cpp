@@ -6,6 +6,7 @@
 
 #include "EspeakEngine.h"
 #include "FramedStreamWriter.h"
+#include "PhraseMarks.h"
 #include "PipeWriter.h"
 #include "SpeechData.h"
 #include "SsmlForEspeak.h"
@@ -48,14 +49,14 @@ bool speakInto(int fd, const SynthesizeCall& call) {
         const std::string language = EspeakEngine::languageFor(call.language);
         PipeWriter pipe(fd);
         FramedStreamWriter stream(pipe);
-        StreamListener listener(stream, call.text);
+        StreamListener listener(stream, call.text, call.ssml);
         if (!stream.header()) return false;
         bool afterPhrase = false;
         for (const SsmlPhrase& phrase : phrases.phrases) {
-            const SourceMappedText spoken = ssmlForEspeak(phrase.ssml);
+            const MarkedPhrase spoken = takeMarks(ssmlForEspeak(phrase.ssml));
             listener.startPhrase(spoken, phrase.continuesSentence);
             if (!listener.silence(breakSamples(phrase.breakBefore, afterPhrase)) ||
-                !EspeakEngine::synthesizeAlone(spoken.text(), language, voice, listener))
+                !EspeakEngine::synthesizeAlone(spoken.ssml.text(), language, voice, listener))
                 return false;
             afterPhrase = true;
         }

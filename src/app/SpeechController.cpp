@@ -88,7 +88,7 @@ void SpeechController::speak(const std::string& text, const SpeechVoice& voice, 
     synthesizer_->stop();
     Utterance utterance;
     utterance.text = text;
-    utterance.voiceIdentifier = voice.identifier;
+    utterance.useVoice(voice);
     utterance.rate = rate;
     setSpeakingVoice(voice.identifier);
     synthesizer_->speak(utterance);
@@ -99,9 +99,13 @@ void SpeechController::stop() {
     setSpeakingVoice({});
 }
 
-void SpeechController::speakVoice(const QString& identifier, const QString& typedText, double rate) {
+void SpeechController::speakVoice(const QString& identifier, const QString& provider,
+                                  const QString& typedText, double rate) {
     const std::string id = stdText(identifier);
-    const auto voice = std::ranges::find(voices_, id, &SpeechVoice::identifier);
+    const std::string bus = stdText(provider);
+    const auto voice = std::ranges::find_if(voices_, [&](const SpeechVoice& v) {
+        return v.identifier == id && (bus.empty() || v.provider == bus);
+    });
     if (voice == voices_.end()) return;
     const std::string text = MainWindowTexts::spokenText(stdText(typedText), voice->language,
                                                          MainWindowTexts::shortName(voice->name));

@@ -61,8 +61,10 @@ public:
     // retry interval while it stays empty, up to ten times. Each call retries on its own.
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void stop();
-    // A tap on a voice row: speaks the typed text when there is any, else the voice's greeting.
-    Q_INVOKABLE void speakVoice(const QString& identifier, const QString& typedText, double rate);
+    // A tap on a voice row: speaks the typed text when there is any, else the voice's greeting,
+    // through the row's provider (empty: the first that lists the identifier).
+    Q_INVOKABLE void speakVoice(const QString& identifier, const QString& provider, const QString& typedText,
+                                double rate);
 
 signals:
     void voicesChanged();

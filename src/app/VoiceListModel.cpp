@@ -14,10 +14,15 @@ int VoiceListModel::rowCount(const QModelIndex& parent) const {
 }
 
 QHash<int, QByteArray> VoiceListModel::roleNames() const {
-    return {{IdentifierRole, "identifier"},       {ShortNameRole, "shortName"},
-            {LanguageNameRole, "languageName"},   {AccessibleNameRole, "accessibleName"},
-            {SectionHeaderRole, "sectionHeader"}, {FirstInSectionRole, "firstInSection"},
-            {SectionFooterRole, "sectionFooter"}, {SpeakingRole, "speaking"}};
+    return {{IdentifierRole, "identifier"},
+            {ShortNameRole, "shortName"},
+            {LanguageNameRole, "languageName"},
+            {AccessibleNameRole, "accessibleName"},
+            {SectionHeaderRole, "sectionHeader"},
+            {FirstInSectionRole, "firstInSection"},
+            {SectionFooterRole, "sectionFooter"},
+            {SpeakingRole, "speaking"},
+            {ProviderRole, "provider"}};
 }
 
 QVariant VoiceListModel::data(const QModelIndex& index, int role) const {
@@ -40,6 +45,8 @@ QVariant VoiceListModel::data(const QModelIndex& index, int role) const {
             return row.lastOfAll ? qtText(std::string(MainWindowTexts::systemWideHint)) : QString();
         case SpeakingRole:
             return !speaking_.empty() && row.voice.identifier == speaking_;
+        case ProviderRole:
+            return qtText(row.voice.provider);
         default:
             return {};
     }

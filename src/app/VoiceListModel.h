@@ -29,6 +29,7 @@ public:
         FirstInSectionRole,
         SectionFooterRole,  // the system-wide hint on the very last row, else empty
         SpeakingRole,
+        ProviderRole,  // the bus name of the provider that lists the voice
     };
 
     // `languageName` turns a voice's language code into the name the row shows.

@@ -35,12 +35,12 @@ void render(const RenderOptions& options) {
         throw CommandError(format.problem);
     Synthesizer synthesizer(system, openAudioOutput);
     if (options.ssml) {
-        printResult(SelfTest::renderSsml(synthesizer, options.text, options.voice));
+        printResult(SelfTest::renderSsml(synthesizer, options.text, voice->voice));
         return;
     }
     std::optional<std::filesystem::path> dump;
     if (!options.dump.empty()) dump = options.dump;
-    printResult(SelfTest::render(synthesizer, options.text, options.voice, SpeechRate::defaultRate,
+    printResult(SelfTest::render(synthesizer, options.text, voice->voice, SpeechRate::defaultRate,
                                  options.pitch, dump));
 }
 

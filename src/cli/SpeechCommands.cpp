@@ -72,9 +72,9 @@ void speak(const SpeakOptions& options) {
     utterance.text = options.text;
     utterance.rate = options.rate;
     if (!options.voice.empty()) {
-        if (!system->providerVoice(options.voice))
-            throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
-        utterance.voiceIdentifier = options.voice;
+        const auto listed = system->providerVoice(options.voice);
+        if (!listed) throw CommandError("No speech provider offers the voice \"" + options.voice + "\".");
+        utterance.useVoice(listed->voice);
     } else if (system->voices().empty()) {
         throw CommandError("No speech provider offers any voice.");
     }

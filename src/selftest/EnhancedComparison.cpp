@@ -54,11 +54,11 @@ std::string pitchLine(const Renders& r, const VoiceRelease& release) {
 }  // namespace
 
 void compareRenders(const EnhancedSelfTestServices& services, const InstalledVoice& pack,
-                    const std::string& voiceIdentifier) {
+                    const SpeechVoice& voice) {
     const auto& print = services.speech.print;
     const auto synthesizer = services.speech.makeSynthesizer();
     auto render = [&](float pitch) {
-        return synthesizer->render(sentence, voiceIdentifier, SpeechRate::defaultRate, pitch);
+        return synthesizer->render(sentence, voice, SpeechRate::defaultRate, pitch);
     };
     Renders r;
     {

@@ -163,7 +163,7 @@ void checkInstalledSubject(const EnhancedSelfTestServices& services, const Enhan
           formatted(", %.0f MB", megabytes(pack->sizeInBytes)));
     checkPronunciations(print, *pack);
     const auto voice = findSystemVoice(services.speech, *pack);
-    if (voice) compareRenders(services, *pack, voice->identifier);
+    if (voice) compareRenders(services, *pack, *voice);
 }
 
 }  // namespace

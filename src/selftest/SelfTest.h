@@ -26,14 +26,14 @@ struct SelfTest {
     // Renders a plain text with a voice, rate and pitch multiplier, optionally writing the audio
     // to a Core Audio Format file, and returns its measurements. Blocks until the stream ends or
     // the timeout passes; a render without audio gives the empty result, not an error.
-    static RenderResult render(AudioRenderer& renderer, const std::string& text,
-                               const std::string& voiceIdentifier, float rate, float pitchMultiplier,
+    static RenderResult render(AudioRenderer& renderer, const std::string& text, const SpeechVoice& voice,
+                               float rate, float pitchMultiplier,
                                const std::optional<std::filesystem::path>& dumpTo = std::nullopt);
 
     // Renders an SSML text with a voice at the default rate and pitch, without a dump. A text not
     // accepted as SSML gives the empty result at once.
     static RenderResult renderSsml(AudioRenderer& renderer, const std::string& ssml,
-                                   const std::string& voiceIdentifier);
+                                   const SpeechVoice& voice);
 };
 
 }  // namespace velmora

@@ -14,24 +14,24 @@ RenderResult collect(AudioRenderer& renderer, const Utterance& utterance,
 
 }  // namespace
 
-RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text,
-                              const std::string& voiceIdentifier, float rate, float pitchMultiplier,
+RenderResult SelfTest::render(AudioRenderer& renderer, const std::string& text, const SpeechVoice& voice,
+                              float rate, float pitchMultiplier,
                               const std::optional<std::filesystem::path>& dumpTo) {
     Utterance utterance;
     utterance.text = text;
-    utterance.voiceIdentifier = voiceIdentifier;
+    utterance.useVoice(voice);
     utterance.rate = rate;
     utterance.pitchMultiplier = pitchMultiplier;
     return collect(renderer, utterance, dumpTo);
 }
 
 RenderResult SelfTest::renderSsml(AudioRenderer& renderer, const std::string& ssml,
-                                  const std::string& voiceIdentifier) {
+                                  const SpeechVoice& voice) {
     if (!isAcceptableSsml(ssml)) return RenderResult{};
     Utterance utterance;
     utterance.text = ssml;
     utterance.isSsml = true;
-    utterance.voiceIdentifier = voiceIdentifier;
+    utterance.useVoice(voice);
     return collect(renderer, utterance, std::nullopt);
 }
 

@@ -85,8 +85,7 @@ std::optional<SpeechVoice> systemVoiceFor(std::string_view language, const std::
 void renderControl(const SelfTestServices& services, SelfTestRenderer& synthesizer) {
     const auto control = systemVoiceFor(controlLanguage, services.speechVoices());
     if (!control || contains(control->identifier, extensionName)) return;
-    const RenderResult result =
-        synthesizer.render(controlText, control->identifier, SpeechRate::defaultRate, 1.0f);
+    const RenderResult result = synthesizer.render(controlText, *control, SpeechRate::defaultRate, 1.0f);
     services.print(formatted("SELFTEST control %s: %.2fs audio, peak %.2f", control->identifier.c_str(),
                              result.seconds, static_cast<double>(result.peak)));
 }
@@ -98,8 +97,8 @@ void checkEveryVoice(const SelfTestServices& services, SelfTestRenderer& synthes
     });
     std::size_t failures = 0;
     for (const auto& voice : voices) {
-        const RenderResult result = synthesizer.render(std::string(Samples::textFor(voice.language)),
-                                                       voice.identifier, SpeechRate::defaultRate, 1.0f);
+        const RenderResult result = synthesizer.render(std::string(Samples::textFor(voice.language)), voice,
+                                                       SpeechRate::defaultRate, 1.0f);
         const bool passed = isAudible(result);
         if (!passed) ++failures;
         services.print(formatted("SELFTEST %s %s %s: %.2fs audio, peak %.2f", verdict(passed),

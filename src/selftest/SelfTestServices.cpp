@@ -15,12 +15,12 @@ public:
     explicit HarnessRenderer(std::shared_ptr<SpeechSystem> system)
         : synthesizer_(std::move(system), openAudioOutput) {}
 
-    RenderResult render(const std::string& text, const std::string& voiceIdentifier, float rate,
-                        float pitchMultiplier, const std::optional<std::filesystem::path>& dumpTo) override {
-        return SelfTest::render(synthesizer_, text, voiceIdentifier, rate, pitchMultiplier, dumpTo);
+    RenderResult render(const std::string& text, const SpeechVoice& voice, float rate, float pitchMultiplier,
+                        const std::optional<std::filesystem::path>& dumpTo) override {
+        return SelfTest::render(synthesizer_, text, voice, rate, pitchMultiplier, dumpTo);
     }
-    RenderResult renderSsml(const std::string& ssml, const std::string& voiceIdentifier) override {
-        return SelfTest::renderSsml(synthesizer_, ssml, voiceIdentifier);
+    RenderResult renderSsml(const std::string& ssml, const SpeechVoice& voice) override {
+        return SelfTest::renderSsml(synthesizer_, ssml, voice);
     }
 
 private:

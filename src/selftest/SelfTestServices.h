@@ -18,10 +18,10 @@ namespace velmora {
 class SelfTestRenderer {
 public:
     virtual ~SelfTestRenderer() = default;
-    virtual RenderResult render(const std::string& text, const std::string& voiceIdentifier, float rate,
+    virtual RenderResult render(const std::string& text, const SpeechVoice& voice, float rate,
                                 float pitchMultiplier,
                                 const std::optional<std::filesystem::path>& dumpTo = std::nullopt) = 0;
-    virtual RenderResult renderSsml(const std::string& ssml, const std::string& voiceIdentifier) = 0;
+    virtual RenderResult renderSsml(const std::string& ssml, const SpeechVoice& voice) = 0;
 };
 
 // What the self-test suites work with: where their lines go, the system's voices and a renderer.

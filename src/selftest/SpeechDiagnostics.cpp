@@ -132,7 +132,7 @@ public:
     }
 
 private:
-    const std::string& voice() const { return run_.reference.identifier; }
+    const SpeechVoice& voice() const { return run_.reference; }
     void print(const std::string& line) const { run_.services.print(line); }
 
     RenderResult plain(const std::string& text) {
@@ -141,7 +141,7 @@ private:
 
     void dump(const SpeechVoice& speaker, const char* text, const char* fileName) {
         const auto file = run_.services.temporaryDirectory / fileName;
-        run_.synthesizer.render(text, speaker.identifier, SpeechRate::defaultRate, 1.0f, file);
+        run_.synthesizer.render(text, speaker, SpeechRate::defaultRate, 1.0f, file);
         print("SELFTEST dumped " + file.string());
     }
 

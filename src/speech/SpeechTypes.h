@@ -33,6 +33,13 @@ struct Utterance {
     std::string voiceProvider{};  // the provider of that voice; empty: the first that offers it
     float rate = SpeechRate::defaultRate;
     float pitchMultiplier = 1.0f;
+
+    // Speaks with a listed voice, through the provider that listed it: two providers may offer
+    // the same identifier.
+    void useVoice(const SpeechVoice& voice) {
+        voiceIdentifier = voice.identifier;
+        voiceProvider = voice.provider;
+    }
 };
 
 // A piece of rendered audio: 32-bit float samples, channels interleaved. An empty buffer

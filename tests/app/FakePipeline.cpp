@@ -64,11 +64,6 @@ void FakePipeline::waitUntilTaken(std::size_t call) {
                   [&] { return calls_.size() > call && calls_[call]->handled == calls_[call]->pushed; });
 }
 
-std::size_t FakePipeline::calls() {
-    std::lock_guard lock(mutex_);
-    return calls_.size();
-}
-
 std::string FakePipeline::voiceOf(std::size_t call) {
     std::lock_guard lock(mutex_);
     return calls_.at(call)->voiceId;

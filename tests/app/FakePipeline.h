@@ -40,7 +40,6 @@ public:
     void waitForEnded(std::size_t count);
     // Waits until the call has made the reports of every step pushed to it so far.
     void waitUntilTaken(std::size_t call);
-    std::size_t calls();
     std::string voiceOf(std::size_t call);
 
 private:

@@ -9,13 +9,7 @@
 #include "Fixtures.h"
 #include "app/EnhancedVoiceManager.h"
 #include "app/WorkerThreads.h"
-#include "support/Entitlement.h"
 #include "support/Files.h"
-
-const std::filesystem::path& velmora::test::world() {
-    static const TempDir dir;
-    return dir.path();
-}
 
 namespace velmora::test {
 
@@ -66,7 +60,7 @@ private slots:
 }  // namespace velmora::test
 
 int main(int argc, char** argv) {
-    velmora::test::entitleProcess(velmora::test::world(), "group.test.enhanced");
+    velmora::test::TestWorld::entitle("group.test.enhanced");
     QCoreApplication application(argc, argv);
     velmora::test::ManagerLifetimeTest test;
     return QTest::qExec(&test, argc, argv);

@@ -13,8 +13,14 @@
 namespace velmora::test {
 namespace {
 
-const std::filesystem::path lateService =
-    std::filesystem::path(LATE_SERVICE_DIR) / (tonesProvider + ".service");
+std::filesystem::path serviceFile(const std::string& provider) {
+    return std::filesystem::path(LATE_SERVICE_DIR) / (provider + ".service");
+}
+
+void registerProvider(const std::string& provider, const std::string& voiceSet) {
+    writeFile(serviceFile(provider), "[D-BUS Service]\nName=" + provider + "\nExec=" TEST_PROVIDER " " +
+                                         provider + " " + voiceSet + "\n");
+}
 
 std::string marked(const std::string& rest) { return std::string(VoiceList::marker) + rest; }
 
@@ -31,19 +37,22 @@ class SpeechControllerTest : public QObject {
         *workers_, std::chrono::milliseconds(200));
 
 private slots:
-    void initTestCase() { std::filesystem::remove(lateService); }
+    void initTestCase() { cleanupServices(); }
     void cleanupTestCase() {
         speech_.reset();
         workers_.reset();
-        std::filesystem::remove(lateService);
+        cleanupServices();
+    }
+    void cleanupServices() {
+        std::filesystem::remove(serviceFile(tonesProvider));
+        std::filesystem::remove(serviceFile(chimesProvider));
     }
 
     void retriesStopOnceVoicesAppear() {
         speech_->refresh();
         QTRY_VERIFY(workers_->postedJobs() > 0);
         QVERIFY(!speech_->hasVoices());
-        writeFile(lateService, "[D-BUS Service]\nName=" + tonesProvider + "\nExec=" TEST_PROVIDER " " +
-                                   tonesProvider + " tones\n");
+        registerProvider(tonesProvider, "tones");
         QTRY_VERIFY_WITH_TIMEOUT(speech_->hasVoices(), 4000);
         QCOMPARE(speech_->groups().size(), 4u);
         QCOMPARE(speech_->voices().front().name, std::string("Framed 16"));
@@ -63,14 +72,14 @@ private slots:
 
         const QString raw16 = QString::fromStdString(marked("ios4.en-US.Raw16"));
         QSignalSpy marks(&rows, &QAbstractItemModel::dataChanged);
-        speech_->speakVoice(raw16, "", 0.5);
+        speech_->speakVoice(raw16, {}, "", 0.5);
         QCOMPARE(speech_->speakingVoiceText(), raw16);
         QCOMPARE(marks.count(), 1);
         QCOMPARE(marks.first().at(0).toModelIndex().row(), 0);
         QVERIFY(rows.index(0).data(VoiceListModel::SpeakingRole).toBool());
         QTRY_COMPARE(speech_->speakingVoiceText(), QString());  // finished
         QCOMPARE(std::get<0>(lastRequest(tonesProvider)), std::string("Hello! My name is Raw 16."));
-        speech_->speakVoice(raw16, " ", 0.5);
+        speech_->speakVoice(raw16, {}, " ", 0.5);
         QTRY_COMPARE(std::get<0>(lastRequest(tonesProvider)), std::string(" "));
         QTRY_COMPARE(speech_->speakingVoiceText(), QString());
     }
@@ -88,6 +97,21 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(speech_->speakingVoiceText(), QString(), 3000);
         QCOMPARE(changes.count(), 3);
         speech_->stop();
+    }
+
+    // A voice that a second provider lists too is spoken by the provider of the row chosen.
+    void aRowSpeaksThroughItsOwnProvider() {
+        registerProvider(chimesProvider, "chimes");
+        const std::string raw16 = marked("ios4.en-US.Raw16");
+        addVoice(chimesProvider, "Raw 16", raw16, "audio/x-raw,format=S16LE,rate=22050", {"en-US"});
+        speech_->refresh();
+        QTRY_COMPARE(std::ranges::count(speech_->voices(), raw16, &SpeechVoice::identifier), 2);
+        for (const auto& [provider, text] :
+             {std::pair(chimesProvider, "tone 101"), std::pair(tonesProvider, "tone 102")}) {
+            speech_->speakVoice(QString::fromStdString(raw16), QString::fromStdString(provider), text, 0.5);
+            QTRY_COMPARE(std::get<0>(lastRequest(provider)), std::string(text));
+            QTRY_COMPARE(speech_->speakingVoiceText(), QString());
+        }
     }
 };
 

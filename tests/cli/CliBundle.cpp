@@ -1,15 +1,14 @@
 #include "CliBundle.h"
 
+#include "support/Entitlement.h"
+
 namespace velmora::test {
 namespace fs = std::filesystem;
 
 CliBundle::CliBundle() {
     fs::create_directories(folder());
     fs::copy_file(VELMORA_CLI, folder() / "velmora-cli");
-    writeFile(folder() / "Resources/velmora.entitlements",
-              "<plist version=\"1.0\"><dict><key>com.apple.security.application-groups</key>"
-              "<array><string>" +
-                  std::string(group) + "</string></array></dict></plist>");
+    writeFile(folder() / "Resources/velmora.entitlements", entitlementsNaming(group));
     const fs::path compact = folder() / "PlugIns/Test.appex/Resources/ios5/TTSResources/en-US";
     writeFile(compact / "broker.hdr", brokerHeader("Samantha"));
     writeFile(compact / "user_rules.txt", "rules");
@@ -17,8 +16,11 @@ CliBundle::CliBundle() {
 }
 
 ProcessResult CliBundle::run(const std::vector<std::string>& arguments) const {
-    return runProcess(folder() / "velmora-cli", arguments,
-                      {{"VELMORA_APP_GROUPS_ROOT", containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+    return runProcess(folder() / "velmora-cli", arguments, environment());
+}
+
+std::map<std::string, std::string> CliBundle::environment() const {
+    return {{"VELMORA_APP_GROUPS_ROOT", containers().string()}, {"VELMORA_ENTITLEMENTS", ""}};
 }
 
 void CliBundle::installPack(const std::string& releaseAndLocale, const std::string& voice,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,8 @@ public:
     CliBundle();
 
     ProcessResult run(const std::vector<std::string>& arguments) const;
+    // What a run changes in the environment: the bundle's own containers and entitlements.
+    std::map<std::string, std::string> environment() const;
     std::filesystem::path voices() const { return containers() / group / "Voices"; }
     std::filesystem::path containers() const { return dir_ / "app-groups"; }
     std::filesystem::path folder() const { return dir_ / "Velmora"; }

@@ -18,26 +18,17 @@ protected:
         ::setenv("LC_ALL", "C.UTF-8", 1);  // language names in English whatever the machine's locale
         writeFile(files_ / "fr-FR.zip", archive_);
         writeFile(files_ / "de-DE.zip", archive_);
-        const std::pair<std::string, std::string> base{"__BaseURL", stringValue(server_.url("/"))};
+        const std::string base = server_.url("/");
         writeFile(files_ / "catalog.xml",
-                  catalogXml({assetXml("4", "it-IT", {base, {"__RelativePath", stringValue("slow")}}),
-                              assetXml("4", "fr-FR", {base, {"_Measurement", dataValue(sha1Of(archive_))}}),
-                              assetXml("4", "de-DE", {base, {"_Measurement", dataValue(sha1Of("other"))}})}));
+                  catalogXml({servedAsset("4", "it-IT", base, "slow", ""),
+                              servedAsset("4", "fr-FR", base, "fr-FR.zip", archive_),
+                              servedAsset("4", "de-DE", base, "de-DE.zip", "other")}));
     }
 
-    // Runs velmora-cli with `arguments` and sends it Ctrl-C as soon as its output holds `cue`;
-    // job control (set -m) keeps the signal from being ignored.
+    // Runs velmora-cli with `arguments` and sends it Ctrl-C as soon as its output holds `cue`.
     ProcessResult interruptedAt(const std::string& cue, const std::vector<std::string>& arguments) const {
-        std::vector<std::string> script{
-            "-c",
-            "set -m; \"$0\" \"${@:3}\" >\"$1/out\" 2>\"$1/err\" & set +m\n"
-            "while kill -0 $! && ! grep -qs \"$2\" \"$1/out\"; do sleep 0.01; done\n"
-            "kill -INT $!; wait $!; status=$?; cat \"$1/out\"; cat \"$1/err\" >&2; exit $status",
-            (bundle_.folder() / "velmora-cli").string(), files_.path().string(), cue};
-        script.insert(script.end(), arguments.begin(), arguments.end());
-        return runProcess(
-            "/bin/bash", script,
-            {{"VELMORA_APP_GROUPS_ROOT", bundle_.containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+        return interruptWhen([&cue](const std::string& out) { return out.find(cue) != std::string::npos; },
+                             bundle_.folder() / "velmora-cli", arguments, bundle_.environment());
     }
 
     const std::string archive_ = makeZip({"voice/broker.hdr.asset", "Amelie", "voice/voice.dat", "data"});
@@ -62,13 +53,10 @@ TEST_F(EnhancedCommandsTest, InstallThenListTheSortedCatalog) {
     std::string sha1;
     for (std::byte value : sha1Of(archive_))
         for (int shift : {4, 0}) sha1 += "0123456789abcdef"[(std::to_integer<int>(value) >> shift) & 15];
-    EXPECT_EQ(json[0].erase("label"), 1u);
-    const std::string expected =
-        R"({"id": "ios6/fr-FR", "release": "ios6", "locale": "fr-FR", "state": "installed", )"
-        R"j("language": "French (France)", "name": "French (France)", "downloadSize": 1000, )j"
-        R"("installedSize": 4000, "masteredVersion": "5.0.1", "sha1": ")" +
-        sha1 + R"(", "url": ")" + server_.url("/fr-FR.zip") + "\"}";
-    EXPECT_EQ(json[0], nlohmann::json::parse(expected));
+    EXPECT_EQ(json[0]["state"], "installed");
+    EXPECT_EQ(json[0]["sha1"], sha1);
+    EXPECT_EQ(json[0]["downloadSize"], 1000);
+    EXPECT_EQ(json[0]["installedSize"], 4000);
 }
 
 TEST_F(EnhancedCommandsTest, FailuresExitWithTheErrorText) {
@@ -107,10 +95,9 @@ TEST_F(EnhancedCommandsTest, CtrlCWhileUnpackingSaysAtOnceThatTheInstallFinishes
                                         "    for i in range(100): archive.writestr(f'voice/{i}.dat', data)\n",
                                         big.string()});
     ASSERT_EQ(written.exitStatus, 0) << written.err;
-    const std::pair<std::string, std::string> base{"__BaseURL", stringValue(server_.url("/"))};
-    writeFile(files_ / "catalog.xml",
-              catalogXml({assetXml("4", "en-GB", {base, {"_Measurement", dataValue(sha1Of(readFile(big)))}}),
-                          assetXml("4", "fr-FR", {base, {"_Measurement", dataValue(sha1Of(archive_))}})}));
+    const std::string base = server_.url("/");
+    writeFile(files_ / "catalog.xml", catalogXml({servedAsset("4", "en-GB", base, "en-GB.zip", readFile(big)),
+                                                  servedAsset("4", "fr-FR", base, "fr-FR.zip", archive_)}));
 
     const auto result = interruptedAt("ios6/en-GB: unpacking", {"install", "ios6/en-GB", "ios6/fr-FR"});
     EXPECT_EQ(result.exitStatus, 1);

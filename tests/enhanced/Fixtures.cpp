@@ -52,6 +52,15 @@ std::string catalogXml(const std::vector<std::string>& assets) {
     return xml + "</array><key>Signature</key><data>AAEC</data></dict></plist>\n";
 }
 
+std::string servedAsset(const std::string& format, const std::string& language, const std::string& base,
+                        const std::string& path, std::string_view archive, const Entries& changes) {
+    Entries served{{"__BaseURL", stringValue(base)},
+                   {"__RelativePath", stringValue(path)},
+                   {"_Measurement", dataValue(sha1Of(archive))}};
+    served.insert(served.end(), changes.begin(), changes.end());
+    return assetXml(format, language, served);
+}
+
 std::string makeZip(const std::vector<std::string>& namesAndContents) {
     const TempDir dir;
     std::vector<std::string> arguments{

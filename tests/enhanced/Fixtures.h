@@ -11,11 +11,12 @@
 #include <thread>
 #include <vector>
 
+#include "support/TestWorld.h"
+
 namespace velmora::test {
 
-// The folder in which EnhancedTestMain entitles the process, and its container's voice folders.
-const std::filesystem::path& world();
-inline std::filesystem::path voices() { return world() / "app-groups/group.test.enhanced/Voices"; }
+// The voice folders of the container that the enhanced, window and app tests entitle themselves to.
+inline std::filesystem::path voices() { return TestWorld::container("group.test.enhanced") / "Voices"; }
 inline std::filesystem::path staging() { return voices() / ".staging"; }
 
 using Entries = std::vector<std::pair<std::string, std::string>>;
@@ -27,6 +28,9 @@ std::string dataValue(const std::vector<std::byte>& bytes);
 // made to its keys (an empty value removes the key); and a catalog document around assets.
 std::string assetXml(const std::string& format, const std::string& language, const Entries& changes = {});
 std::string catalogXml(const std::vector<std::string>& assets);
+// An asset that a loopback server serves at `base` + `path`, with the checksum of `archive`.
+std::string servedAsset(const std::string& format, const std::string& language, const std::string& base,
+                        const std::string& path, std::string_view archive, const Entries& changes = {});
 // A zip archive written by Python's zipfile, from entry names each followed by its contents; a
 // name ending in "/" is a folder.
 std::string makeZip(const std::vector<std::string>& namesAndContents);

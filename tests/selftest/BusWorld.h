@@ -1,14 +1,11 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
-namespace velmora::test {
+#include "support/TestWorld.h"
 
-// The folder that velmora-cli and the reference provider, activated by the private session bus,
-// share: its app-groups folder holds their container, its tmp folder the audio dumps.
-const std::filesystem::path& busWorld();
+namespace velmora::test {
 
 // A program's output, line by line.
 std::vector<std::string> lines(const std::string& text);

@@ -1,11 +1,7 @@
 // velmora-cli selftest --enhanced against the reference provider on a private session bus and a
 // catalog served on loopback whose archives hold an iOS 5 and an iOS 7 voice of its compact data.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <functional>
 
@@ -29,17 +25,14 @@ protected:
                 makeZip({"Voice/broker.hdr.asset", brokerHeader("Samantha"), "Voice/voice.dat",
                          std::string(release) + " enhanced voice data " + std::string(100'000, 'e')});
             writeFile(files_ / (std::string(release) + ".zip"), archive);
-            assets.push_back(
-                assetXml(format, "en-US",
-                         {{"__BaseURL", stringValue(server_.url("/"))},
-                          {"__RelativePath", stringValue(std::string(release) + ".zip")},
-                          {"_DownloadSize", "<integer>" + std::to_string(archive.size()) + "</integer>"},
-                          {"_Measurement", dataValue(sha1Of(archive))}}));
+            const std::string size = "<integer>" + std::to_string(archive.size()) + "</integer>";
+            assets.push_back(servedAsset(format, "en-US", server_.url("/"), std::string(release) + ".zip",
+                                         archive, {{"_DownloadSize", size}}));
         }
         writeFile(files_ / "catalog.xml", catalogXml(assets));
         ::setenv("VELMORA_CATALOG_URL", server_.url("/catalog.xml").c_str(), 1);
     }
-    ~EnhancedCommandTest() override { fs::remove_all(busWorld() / "app-groups"); }
+    ~EnhancedCommandTest() override { fs::remove_all(TestWorld::folder() / "app-groups"); }
 
     std::vector<std::string> run(const std::vector<std::string>& options) const {
         std::vector<std::string> arguments{"selftest", "--enhanced"};
@@ -95,54 +88,22 @@ TEST_F(EnhancedCommandTest, WithoutAContainerTheRunIsOneFailLine) {
     EXPECT_EQ(result.err, "velmora-cli: 1 line of the self test says FAIL.\n");
 }
 
-// Starts velmora-cli with `arguments`, sends it SIGINT the moment `moment` holds, and returns how
-// it ended: the signal that ended it, or 0 when it exited before the moment came.
-int interruptAt(const std::vector<std::string>& arguments, const std::function<bool()>& moment) {
-    std::vector<std::string> copies{VELMORA_CLI};
-    copies.insert(copies.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (auto& argument : copies) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    posix_spawnattr_setsigdefault(&attributes, &interrupt);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    pid_t child = 0;
-    const int spawned = posix_spawn(&child, argv[0], &files, &attributes, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    posix_spawnattr_destroy(&attributes);
-    if (spawned != 0) return -1;
-    int status = 0;
-    // The renders take milliseconds each, so the moment is looked for without pausing.
-    while (!moment()) {
-        if (::waitpid(child, &status, WNOHANG) == child) return 0;
-    }
-    ::kill(child, SIGINT);
-    ::waitpid(child, &status, 0);
-    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-}
-
 // Ctrl-C while the pack is set aside, and while its header is unreadable: the run ends by the
 // signal, and the pack is back in place and readable.
 TEST_F(EnhancedCommandTest, AnInterruptDuringTheRendersPutsThePackBack) {
     const auto installed = run({"--voice", "ios7/en-US"});
     const fs::path pack = voicesOf(installed) / "ios7/en-US";
-    const std::pair<const char*, std::function<bool()>> moments[] = {
-        {"pack set aside", [&] { return fs::exists(pack.string() + ".aside"); }},
-        {"header unreadable", [&] { return permissions(pack / "broker.hdr") == 0; }},
+    const std::pair<const char*, std::function<bool(const std::string&)>> moments[] = {
+        {"pack set aside", [&](const std::string&) { return fs::exists(pack.string() + ".aside"); }},
+        {"header unreadable", [&](const std::string&) { return permissions(pack / "broker.hdr") == 0; }},
     };
     for (const auto& [moment, holds] : moments) {
         // A moment lasts a render, a few milliseconds; on a busy machine it can pass unseen, and
         // the run, ending normally, is tried again.
         int endedBy = 0;
         for (int attempt = 0; attempt < 10 && endedBy != SIGINT; ++attempt) {
-            endedBy = interruptAt({"selftest", "--enhanced", "--voice", "ios7/en-US"}, holds);
+            endedBy =
+                interruptWhen(holds, VELMORA_CLI, {"selftest", "--enhanced", "--voice", "ios7/en-US"}).signal;
             EXPECT_EQ(permissions(pack / "broker.hdr"), 0644u) << moment;
             EXPECT_FALSE(anythingAside(pack.parent_path())) << moment;
         }

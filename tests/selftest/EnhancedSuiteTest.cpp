@@ -7,20 +7,15 @@
 
 #include "selftest/EnhancedSelfTest.h"
 #include "selftest/FakeServices.h"
-#include "store/Bundle.h"
 #include "store/VoiceStore.h"
-#include "support/Entitlement.h"
 #include "support/Files.h"
+#include "support/TestWorld.h"
 
 namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-const fs::path& world() {
-    static const TempDir dir;
-    return dir.path();
-}
-fs::path container() { return world() / "app-groups/group.test.selftest"; }
+fs::path container() { return TestWorld::container("group.test.selftest"); }
 fs::path pack(const std::string& id) { return container() / "Voices" / id; }
 
 // A pack as an install leaves it: its header readable by its owner and group only.
@@ -92,23 +87,9 @@ protected:
 
 TEST_F(EnhancedSuiteTest, EveryLineOfAPassingRunAndThePackLeftAsItWas) {
     EnhancedFake fake;
-    const std::vector<std::string> expected{
-        "ENHANCED container " + container().string(),
-        "ENHANCED PASS dictionaries: all 0 installed packs carry everything their compact voice has",
-        "ENHANCED PASS catalog: 3 voices (ios5: 1, ios6: 1, ios7: 1)",
-        "ENHANCED subject iOS 5 en-US (2 MB)",
-        "ENHANCED PASS downloaded, verified and installed 2 MB in 0s",
-        "ENHANCED PASS on disk as Samantha, en-US, 1 MB",
-        "ENHANCED PASS pronunciations: en_userdct.dat, user_rules.txt in the pack",
-        "ENHANCED PASS system lists it as Samantha (iOS 5)",
-        "ENHANCED PASS unreadable: a pack that cannot be read falls back to the compact voice "
-        "instead of going silent",
-        "ENHANCED PASS spoke 2.00s of audio, peak 0.50",
-        "ENHANCED PASS immediate: the voice speaks from the pack as soon as it is installed, "
-        "with no reinstall",
-        "ENHANCED PASS pitch: iOS 5 cannot pitch its enhanced data, "
-        "so a pitch change is spoken from the compact data"};
-    EXPECT_EQ(fake.run({"velmora", "-enhanced-voice", "ios5/en-US"}), expected);
+    const auto lines = fake.run({"velmora", "-enhanced-voice", "ios5/en-US"});
+    EXPECT_EQ(joinLines(lines, {{container().string(), "{container}"}}),
+              readFile(expectedOutput("selftest", "enhanced-suite.txt")));
     std::vector<float> pitches;
     for (const auto& r : fake.speech.requests) pitches.push_back(r.pitch);
     EXPECT_EQ(pitches, (std::vector<float>{1.0f, 1.4f, 1.0f, 1.0f, 1.4f}));
@@ -117,109 +98,87 @@ TEST_F(EnhancedSuiteTest, EveryLineOfAPassingRunAndThePackLeftAsItWas) {
     EXPECT_EQ(fake.speech.synthesizers, 1);
 }
 
-TEST_F(EnhancedSuiteTest, PitchVerdictFollowsTheReleaseAndTheEngine) {
+// Row helpers: how a case changes the fake before its run.
+using Arrange = std::function<void(EnhancedFake&)>;
+Arrange pitchFromPack(bool fromPack) {
+    return [fromPack](EnhancedFake& f) { f.faults.pitchFromPack = fromPack; };
+}
+Arrange fault(bool EngineFaults::*which) {
+    return [which](EnhancedFake& f) { f.faults.*which = true; };
+}
+template <typename Answer>
+Arrange installs(Answer answer) {
+    return [answer](EnhancedFake& f) { f.install = answer; };
+}
+[[noreturn]] std::int64_t checksumFails(const EnhancedVoice&) {
+    throw std::runtime_error("The download did not match the checksum Apple published.");
+}
+std::int64_t dictionaryShort(const EnhancedVoice& voice) {
+    const auto size = writePack(voice.id());
+    fs::remove(pack(voice.id()) / "en_userdct.dat");
+    return size;
+}
+[[noreturn]] std::vector<EnhancedVoice> catalogMissing() {
+    throw std::runtime_error("Apple's voice catalog answered with HTTP 404.");
+}
+
+// Each verdict a run can reach: one that ends the run is its last line and comes before any
+// render; one that the run goes on after shows once among the run's twelve lines.
+TEST_F(EnhancedSuiteTest, EachVerdictAndWhereTheRunEnds) {
+    const std::string pitch =
+        "ENHANCED PASS pitch: iOS 5 cannot pitch its enhanced data, so a pitch change is "
+        "spoken from the compact data";
+    const Arrange none = [](EnhancedFake&) {};
     const struct {
+        const char* name;
         const char* voice;
-        bool pitchFromPack;
+        Arrange arrange;
+        bool ends;
         std::string line;
-    } rows[] = {
-        {"ios5/en-US", false,
-         "ENHANCED PASS pitch: iOS 5 cannot pitch its enhanced data, "
-         "so a pitch change is spoken from the compact data"},
-        {"ios5/en-US", true,
+    } cases[] = {
+        // clang-format off
+        {"iOS 5 pitch from compact data", "ios5/en-US", pitchFromPack(false), false, pitch},
+        {"iOS 5 pitch from the pack", "ios5/en-US", pitchFromPack(true), false,
          "ENHANCED FAIL pitch: iOS 5 did not fall back to the compact data for a pitch change"},
-        {"ios7/en-US", false,
-         "ENHANCED FAIL pitch: iOS 7 should shift pitch on the enhanced data, but it fell back to the "
-         "compact data"},
-        {"ios7/en-US", true,
+        {"iOS 7 pitch from compact data", "ios7/en-US", pitchFromPack(false), false,
+         "ENHANCED FAIL pitch: iOS 7 should shift pitch on the enhanced data, but it fell back to the compact data"},
+        {"iOS 7 pitch from the pack", "ios7/en-US", pitchFromPack(true), false,
          "ENHANCED PASS pitch: iOS 7 shifts pitch on the enhanced data, as its engine does"},
-    };
-    for (const auto& row : rows) {
-        EnhancedFake fake{{.pitchFromPack = row.pitchFromPack}};
-        const auto lines = fake.run({"-enhanced-voice", row.voice});
-        EXPECT_EQ(lines.back(), row.line);
-        fs::remove_all(container() / "Voices");
-    }
-}
-
-TEST_F(EnhancedSuiteTest, FailuresThatEndTheRun) {
-    const struct {
-        const char* name;
-        std::vector<std::string> arguments;
-        std::function<void(EnhancedFake&)> arrange;
-        std::string lastLine;
-    } cases[] = {
-        {"catalog fails",
-         {},
-         [](EnhancedFake& f) {
-             f.fetch = []() -> std::vector<EnhancedVoice> {
-                 throw std::runtime_error("Apple's voice catalog answered with HTTP 404.");
-             };
-         },
+        {"catalog fails", "", [](EnhancedFake& f) { f.fetch = catalogMissing; }, true,
          "ENHANCED FAIL catalog: Apple's voice catalog answered with HTTP 404."},
-        {"no catalog voice is the one asked for",
-         {"-enhanced-voice", "ios6/fr-FR"},
-         nullptr,
-         "ENHANCED FAIL catalog held no voices"},
-        {"install fails",
-         {"-enhanced-voice", "ios5/en-US"},
-         [](EnhancedFake& f) {
-             f.install = [](const EnhancedVoice&) -> std::int64_t {
-                 throw std::runtime_error("The download did not match the checksum Apple published.");
-             };
-         },
+        {"no catalog voice is the one asked for", "ios6/fr-FR", none, true, "ENHANCED FAIL catalog held no voices"},
+        {"install fails", "ios5/en-US", installs(checksumFails), true,
          "ENHANCED FAIL install: The download did not match the checksum Apple published."},
-        {"install leaves no pack",
-         {"-enhanced-voice", "ios5/en-US"},
-         [](EnhancedFake& f) { f.install = [](const EnhancedVoice&) { return std::int64_t{1}; }; },
+        {"install leaves no pack", "ios5/en-US", installs([](const EnhancedVoice&) { return std::int64_t{1}; }), true,
          "ENHANCED FAIL the installed voice is not in the shared container"},
-        {"the system does not list the voice",
-         {"-enhanced-voice", "ios5/en-US"},
-         [](EnhancedFake& f) { f.speech.voices.clear(); },
+        {"the system does not list the voice", "ios5/en-US", [](EnhancedFake& f) { f.speech.voices.clear(); }, true,
          "ENHANCED FAIL the system does not list Samantha (iOS 5)"},
-    };
-    for (const auto& c : cases) {
-        EnhancedFake fake;
-        if (c.arrange) c.arrange(fake);
-        const auto lines = fake.run(c.arguments);
-        EXPECT_EQ(lines.back(), c.lastLine) << c.name;
-        EXPECT_TRUE(fake.speech.requests.empty()) << c.name;
-        fs::remove_all(container() / "Voices");
-    }
-}
-
-TEST_F(EnhancedSuiteTest, FailuresThatTheRunGoesOnAfter) {
-    const struct {
-        const char* name;
-        std::function<void(EnhancedFake&)> arrange;
-        std::string line;
-    } cases[] = {
-        {"another pack lacks its dictionaries", [](EnhancedFake&) { writePack("ios7/en-US", false); },
-         "ENHANCED FAIL dictionaries: 1 of 1 packs are short — ios7/en-US"},
-        {"the install brings a dictionary short",
-         [](EnhancedFake& f) {
-             f.install = [](const EnhancedVoice& voice) {
-                 const auto size = writePack(voice.id());
-                 fs::remove(pack(voice.id()) / "en_userdct.dat");
-                 return size;
-             };
-         },
+        {"another pack lacks its dictionaries", "ios5/en-US", [](EnhancedFake&) { writePack("ios7/en-US", false); },
+         false, "ENHANCED FAIL dictionaries: 1 of 1 packs are short — ios7/en-US"},
+        {"the install brings a dictionary short", "ios5/en-US", installs(dictionaryShort), false,
          "ENHANCED FAIL pronunciations: the pack is missing en_userdct.dat"},
-        {"the engine reads an unreadable pack", [](EnhancedFake& f) { f.faults.readsLockedPack = true; },
+        {"the engine reads an unreadable pack", "ios5/en-US", fault(&EngineFaults::readsLockedPack), false,
          "ENHANCED FAIL unreadable: spoke, but not from the compact data"},
-        {"the engine goes silent", [](EnhancedFake& f) { f.faults.silentWhenLocked = true; },
+        {"the engine goes silent", "ios5/en-US", fault(&EngineFaults::silentWhenLocked), false,
          "ENHANCED FAIL unreadable: the voice went silent when the pack could not be read"},
-        {"the pack is silent", [](EnhancedFake& f) { f.faults.silentFromPack = true; },
+        {"the pack is silent", "ios5/en-US", fault(&EngineFaults::silentFromPack), false,
          "ENHANCED FAIL spoke 0.00s of audio, peak 0.00"},
-        {"the engine never reads packs", [](EnhancedFake& f) { f.faults.ignoresPacks = true; },
+        {"the engine never reads packs", "ios5/en-US", fault(&EngineFaults::ignoresPacks), false,
          "ENHANCED FAIL immediate: the voice sounds the same with the pack and without"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         EnhancedFake fake;
         c.arrange(fake);
-        const auto lines = fake.run({"-enhanced-voice", "ios5/en-US"});
-        EXPECT_EQ(std::ranges::count(lines, c.line), 1) << c.name << ::testing::PrintToString(lines);
-        EXPECT_EQ(lines.size(), 12u) << c.name;
+        const auto lines = fake.run(*c.voice ? std::vector<std::string>{"-enhanced-voice", c.voice}
+                                             : std::vector<std::string>{});
+        if (c.ends) {
+            EXPECT_EQ(lines.back(), c.line) << c.name;
+            EXPECT_TRUE(fake.speech.requests.empty()) << c.name;
+        } else {
+            EXPECT_EQ(std::ranges::count(lines, c.line), 1) << c.name << ::testing::PrintToString(lines);
+            EXPECT_EQ(lines.size(), 12u) << c.name;
+        }
         fs::remove_all(container() / "Voices");
     }
 }
@@ -280,15 +239,14 @@ TEST_F(EnhancedSuiteTest, ARunFirstRepairsWhatAKilledRunLeft) {
 // Entitles the process and writes this bundle's compact data, once.
 int main(int argc, char** argv) {
     using namespace velmora::test;
-    entitleProcess(world(), "group.test.selftest");
-    const auto resources = velmora::Bundle::main().folder() / "PlugIns/Fixture.appex/Resources";
-    std::filesystem::remove_all(resources.parent_path());
+    TestWorld::entitle("group.test.selftest");
+    CompactFiles compact;
     for (const std::string release : {"ios5", "ios7"}) {
-        const auto compact = resources / release / "TTSResources/en-US";
-        writeFile(compact / "broker.hdr", brokerHeader("Samantha"));
-        writeFile(compact / "user_rules.txt", "Mac OS X\tMac OS ten\n");
-        writeFile(compact / "en_userdct.dat", "Dr.\tDoctor\n");
+        compact.emplace_back(release + "/TTSResources/en-US/broker.hdr", brokerHeader("Samantha"));
+        compact.emplace_back(release + "/TTSResources/en-US/user_rules.txt", "Mac OS X\tMac OS ten\n");
+        compact.emplace_back(release + "/TTSResources/en-US/en_userdct.dat", "Dr.\tDoctor\n");
     }
+    TestWorld::writeCompactData(compact);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

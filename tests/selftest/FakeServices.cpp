@@ -6,12 +6,12 @@ namespace {
 class FakeRenderer : public SelfTestRenderer {
 public:
     explicit FakeRenderer(FakeServices& fake) : fake_(fake) {}
-    RenderResult render(const std::string& text, const std::string& voice, float rate, float pitch,
+    RenderResult render(const std::string& text, const SpeechVoice& voice, float rate, float pitch,
                         const std::optional<std::filesystem::path>& dumpTo) override {
-        return answer({text, voice, rate, pitch, false, dumpTo});
+        return answer({text, voice.identifier, rate, pitch, false, dumpTo});
     }
-    RenderResult renderSsml(const std::string& ssml, const std::string& voice) override {
-        return answer({ssml, voice, 0.5f, 1.0f, true, std::nullopt});
+    RenderResult renderSsml(const std::string& ssml, const SpeechVoice& voice) override {
+        return answer({ssml, voice.identifier, 0.5f, 1.0f, true, std::nullopt});
     }
 
 private:

@@ -49,42 +49,29 @@ TEST(MeasurementTest, EachRuleOnChannelZero) {
         std::vector<PcmBuffer> buffers;
         RenderResult expected;
     } cases[] = {
+        // clang-format off
         {"end marker only", {}, {0, 0, -1.0, 0}},
-        {"samples truncate toward zero",
-         {pcm({1.5f * unit, -1.5f * unit, 0.9f * unit}, 1, 22050)},
+        {"samples truncate toward zero", {pcm({1.5f * unit, -1.5f * unit, 0.9f * unit}, 1, 22050)},
          {3 / 22050.0, 1.5f * unit, -1.0, (1 * 31 - 1) * 31 + 0}},
-        {"signature wraps around in 64 bits",
-         {pcm({huge, huge, huge})},
+        {"signature wraps around in 64 bits", {pcm({huge, huge, huge})},
          {0.03, huge, 1, 15 * (std::uint64_t{1} << 60) + (std::uint64_t{1} << 55)}},
-        {"negative values enter as their bit pattern",
-         {pcm({-unit, -unit})},
-         {0.02, unit, -1.0, 0xFFFFFFFFFFFFFFE0}},
-        {"most negative 64-bit value still counts",
-         {pcm({-tooLarge})},
-         {0.01, tooLarge, 1, std::uint64_t{1} << 63}},
+        {"negative values enter as their bit pattern", {pcm({-unit, -unit})}, {0.02, unit, -1.0, 0xFFFFFFFFFFFFFFE0}},
+        {"most negative 64-bit value still counts", {pcm({-tooLarge})}, {0.01, tooLarge, 1, std::uint64_t{1} << 63}},
         {"NaN, infinite and out-of-range samples stay out of the signature; NaN leaves the peak alone",
-         {pcm({0.5f, nan, tooLarge, -infinity, -0.25f})},
-         {0.05, infinity, 1, 16384 * 31 - 8192}},
-        {"exactly 0.01 is not audible",
-         {pcm({quietest, -quietest, 0.0f})},
-         {0.03, quietest, -1.0, 327 * 31 * 31 - 327 * 31}},
-        {"the first sample above 0.01 sets latency, later ones do not",
-         {pcm({quietest}), pcm({0.0f, justAudible}), pcm({0.9f})},
+         {pcm({0.5f, nan, tooLarge, -infinity, -0.25f})}, {0.05, infinity, 1, 16384 * 31 - 8192}},
+        {"exactly 0.01 is not audible", {pcm({quietest, -quietest, 0.0f})}, {0.03, quietest, -1.0, 327 * 31 * 31 - 327 * 31}},
+        {"the first sample above 0.01 sets latency, later ones do not", {pcm({quietest}), pcm({0.0f, justAudible}), pcm({0.9f})},
          {0.04, 0.9f, 2, ((327 * 31 + 0) * 31 + 327) * 31 + 29491}},
-        {"a negative sample just above 0.01 is audible",
-         {pcm({-quietest}), pcm({-justAudible})},
+        {"a negative sample just above 0.01 is audible", {pcm({-quietest}), pcm({-justAudible})},
          {0.02, justAudible, 2, static_cast<std::uint64_t>(-327 * 31 - 327)}},
-        {"peak keeps the largest magnitude",
-         {pcm({0.2f, -0.7f, 0.3f})},
-         {0.03, 0.7f, 1, (6553 * 31 - 22937) * 31 + 9830}},
-        {"other channels and a trailing partial frame are not measured",
-         {pcm({0.5f, 0.9f, -0.25f, -0.9f, 0.7f}, 2)},
+        {"peak keeps the largest magnitude", {pcm({0.2f, -0.7f, 0.3f})}, {0.03, 0.7f, 1, (6553 * 31 - 22937) * 31 + 9830}},
+        {"other channels and a trailing partial frame are not measured", {pcm({0.5f, 0.9f, -0.25f, -0.9f, 0.7f}, 2)},
          {0.02, 0.5f, 1, 16384 * 31 - 8192}},
         {"audio on channel 1 alone is not audible", {pcm({0.0f, 0.9f, 0.0f, 0.9f}, 2)}, {0.02, 0, -1.0, 0}},
         {"seconds divide all frames by the last usable rate; buffers without one are ignored",
          {pcm(std::vector<float>(100, 0.0f), 1, 10000), pcm(std::vector<float>(100, 0.0f), 2, 5000),
-          pcm({0.5f}, 1, 0), pcm({0.5f}, 1, -22050), pcm({0.5f}, 1, nan)},
-         {0.03, 0, -1.0, 0}},
+          pcm({0.5f}, 1, 0), pcm({0.5f}, 1, -22050), pcm({0.5f}, 1, nan)}, {0.03, 0, -1.0, 0}},
+        // clang-format on
     };
     const auto fields = [](const RenderResult& r) {
         return std::tuple(r.seconds, r.peak, r.latency, r.signature);
@@ -192,18 +179,20 @@ TEST(HarnessTest, DumpHoldsTheBuffersInTheFirstOnesFormatAndIsClosedWithTheResul
 TEST(HarnessTest, RenderPassesTheSettingsAndNeverWritesRefusedSsml) {
     test::TempDir temp;
     ScriptedRenderer renderer({pcm({0.0f, 0.5f}), endMarker});
-    SelfTest::render(renderer, "Mac OS X", "com.example.voice", 0.25f, 1.4f, temp / "a.caf");
+    const SpeechVoice voice{"com.example.voice", "Voice", "en-US", "com.example.Second.Provider"};
+    SelfTest::render(renderer, "Mac OS X", voice, 0.25f, 1.4f, temp / "a.caf");
     const auto settings = [&last = renderer.last] {
-        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.rate,
-                          last.pitchMultiplier);
+        return std::tuple(last.text, last.isSsml, last.voiceIdentifier.value_or(""), last.voiceProvider,
+                          last.rate, last.pitchMultiplier);
     };
-    EXPECT_EQ(settings(), std::tuple("Mac OS X"s, false, "com.example.voice"s, 0.25f, 1.4f));
+    EXPECT_EQ(settings(), std::tuple("Mac OS X"s, false, voice.identifier, voice.provider, 0.25f, 1.4f));
     EXPECT_EQ(readBack(temp / "a.caf"), (std::vector<float>{0.0f, 0.5f}));
 
     const std::string ssml = "<speak>Hello<break time=\"1.5s\"/>world</speak>";
-    EXPECT_DOUBLE_EQ(SelfTest::renderSsml(renderer, ssml, "com.example.voice").seconds, 0.02);
-    EXPECT_EQ(settings(), std::tuple(ssml, true, "com.example.voice"s, SpeechRate::defaultRate, 1.0f));
-    EXPECT_EQ(SelfTest::renderSsml(renderer, "<speak>Hello", "v"), RenderResult{});
+    EXPECT_DOUBLE_EQ(SelfTest::renderSsml(renderer, ssml, voice).seconds, 0.02);
+    EXPECT_EQ(settings(),
+              std::tuple(ssml, true, voice.identifier, voice.provider, SpeechRate::defaultRate, 1.0f));
+    EXPECT_EQ(SelfTest::renderSsml(renderer, "<speak>Hello", voice), RenderResult{});
     EXPECT_EQ(renderer.last.text, ssml);  // not handed to the renderer
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
+#include <algorithm>
 #include <regex>
 
 #include "selftest/BusWorld.h"
@@ -30,17 +31,14 @@ TEST(SelfTestCommandTest, EveryLinePassesOnTheReferenceProviderAndBothDumpsAreWr
         EXPECT_FALSE(saysFail(line)) << line;
     }
     std::smatch count;
-    ASSERT_FALSE(printed.empty());
+    ASSERT_GE(printed.size(), 3u);
     ASSERT_TRUE(std::regex_match(printed.front(), count, std::regex("SELFTEST voices: (\\d+)")));
-    const int voices = std::stoi(count[1]);
-    EXPECT_GE(voices, 50);
-    // Voices and releases, one line per voice, the summary, then 4 latency, 5 rate, 5 parts,
-    // 1 voice elements, 1 breaks, 4 rules and 2 dump lines.
-    ASSERT_EQ(printed.size(), static_cast<std::size_t>(6 + voices + 1 + 22));
-    EXPECT_EQ(printed[6 + static_cast<std::size_t>(voices)],
-              "SELFTEST done: " + std::to_string(voices) + "/" + std::to_string(voices) + " passed");
+    EXPECT_GE(std::stoi(count[1]), 50);
+    EXPECT_EQ(
+        std::ranges::count(printed, "SELFTEST done: " + count[1].str() + "/" + count[1].str() + " passed"),
+        1);
 
-    const auto tmp = busWorld() / "tmp";
+    const auto tmp = TestWorld::folder() / "tmp";
     EXPECT_EQ(std::vector(printed.end() - 2, printed.end()),
               (std::vector<std::string>{"SELFTEST dumped " + (tmp / "selftest-samantha.caf").string(),
                                         "SELFTEST dumped " + (tmp / "selftest-samantha-ios7.caf").string()}));

@@ -10,6 +10,7 @@
 #include "samples/Samples.h"
 #include "selftest/FakeServices.h"
 #include "selftest/SelfTest.h"
+#include "support/Files.h"
 
 namespace velmora::test {
 namespace {
@@ -46,44 +47,7 @@ TEST(SpeechSuiteTest, EveryLineOfARunWhoseVoicesAppearAtTheThirdLook) {
         3};
     SelfTest::run(fake.services());
 
-    const std::string en(Samples::textFor("en-US")), fr(Samples::textFor("fr-FR"));
-    const std::vector<std::string> expected{
-        "SELFTEST voices: 3",
-        "SELFTEST release iPhone OS 3: 0 voices",
-        "SELFTEST release iOS 4: 1 voices",
-        "SELFTEST release iOS 5: 1 voices",
-        "SELFTEST release iOS 6: 0 voices",
-        "SELFTEST release iOS 7: 1 voices",
-        "SELFTEST control org.example.voice.Alex: 1.00s audio, peak 0.50",
-        "SELFTEST PASS en-US Samantha (iOS 4): 1.00s audio, peak 0.50",
-        "SELFTEST PASS fr-FR Thomas (iOS 5): 2.50s audio, peak 0.25",
-        "SELFTEST PASS en-US Samantha (iOS 7): 1.00s audio, peak 0.50",
-        "SELFTEST done: 3/3 passed",
-        "SELFTEST latency 125 ms to first audible sample (1.00s audio) for \"Mail, 3 unread messages.\"",
-        "SELFTEST latency 125 ms to first audible sample (1.00s audio) for \"Button. Double-tap to open.\"",
-        "SELFTEST latency -1000 ms to first audible sample (0.50s audio) for \"Settings\"",
-        "SELFTEST latency 125 ms to first audible sample (1.00s audio) for \"Heading level 1.\"",
-        "SELFTEST rate 0.00 -> 3.00s audio",
-        "SELFTEST rate 0.25 -> 2.50s audio",
-        "SELFTEST rate 0.50 -> 2.00s audio",
-        "SELFTEST rate 0.75 -> 1.50s audio",
-        "SELFTEST rate 1.00 -> 1.00s audio",
-        "SELFTEST parts PASS VAL | Beta: 2.10s, parts spoken separately 2.00s",
-        "SELFTEST parts PASS General | Button: 2.05s, parts spoken separately 2.00s",
-        "SELFTEST parts PASS Airplane Mode | Switch button | off: 3.30s, parts spoken separately 3.00s",
-        "SELFTEST parts PASS Settings | 2 new items: 1.50s, parts spoken separately 1.50s",
-        "SELFTEST parts PASS Airplane Mode | Switch button | off: 3.00s, parts spoken separately 3.00s",
-        "SELFTEST voices PASS <voice> parts: 1.00s, reference \"Log Out Halden ellipsis Command Shift q\" "
-        "1.00s",
-        "SELFTEST breaks PASS 1.5s break: 2.22s, expected 1.00s + 1.22s = 2.22s",
-        "SELFTEST rules PASS \"Mac OS X\" 1.000s == \"Mac OS ten \" 1.000s",
-        "SELFTEST rules PASS \"Panic! At the Disco\" 1.000s == \"Panic At the Disco\" 1.000s",
-        "SELFTEST rules PASS \"Update iOS today\" 1.000s == \"Update I O S today\" 1.000s",
-        "SELFTEST rules PASS \"ios\" 1.000s == \"I O S\" 1.000s",
-        "SELFTEST dumped /fake/tmp/selftest-samantha.caf",
-        "SELFTEST dumped /fake/tmp/selftest-samantha-ios7.caf",
-    };
-    EXPECT_EQ(fake.lines, expected);
+    EXPECT_EQ(joinLines(fake.lines), readFile(expectedOutput("selftest", "speech-suite.txt")));
     EXPECT_EQ(fake.pauses, (std::vector<double>{0.5, 0.5}));
     EXPECT_EQ(fake.synthesizers, 1);
 
@@ -103,62 +67,50 @@ TEST(SpeechSuiteTest, EveryLineOfARunWhoseVoicesAppearAtTheThirdLook) {
              "Hello! This is Samantha, from iOS four. VoiceOver on, twelve new messages from Doctor Smith.",
              "/fake/tmp/selftest-samantha.caf"},
             {samantha7, sweep, "/fake/tmp/selftest-samantha-ios7.caf"}}));
-    EXPECT_EQ(fake.requests[1].text, en);  // the per-voice renders speak each language's sample
-    EXPECT_EQ(fake.requests[2].text, fr);
+    EXPECT_EQ(fake.requests[1].text, Samples::textFor("en-US"));  // each language speaks its sample
+    EXPECT_EQ(fake.requests[2].text, Samples::textFor("fr-FR"));
 }
 
 TEST(SpeechSuiteTest, VerdictsAtTheirBoundaries) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double above = std::nextafter(0.3, 1.0);
     const float louder = std::nextafter(0.05f, 1.0f);
+    using Answers = std::map<std::string, RenderResult>;  // by plain text, or by a piece of an SSML text
     struct Case {
         const char* name;
-        std::map<std::string, RenderResult> answers;  // by plain text, or by a piece of an SSML text
+        Answers answers;
         std::string line;
     };
     const std::string en(Samples::textFor("en-US"));
-    const Case cases[] = {
-        {"0.3 s is too short",
-         {{en, {0.3, 0.9f}}},
-         "SELFTEST FAIL en-US Samantha (iOS 4): 0.30s audio, peak 0.90"},
-        {"a peak of 0.05 is too quiet",
-         {{en, {0.9, 0.05f}}},
-         "SELFTEST FAIL en-US Samantha (iOS 4): 0.90s audio, peak 0.05"},
-        {"just above both passes",
-         {{en, {above, louder}}},
-         "SELFTEST PASS en-US Samantha (iOS 4): 0.30s audio, peak 0.05"},
-        {"NaN seconds fail",
-         {{en, {nan, 0.9f}}},
-         "SELFTEST FAIL en-US Samantha (iOS 4): nans audio, peak 0.90"},
-        {"parts at sum - 0.02 pass",
-         {{"General", {0.75}}, {"Button", {0.5}}, {"<s>General", {1.25 - 0.02}}},
-         "SELFTEST parts PASS General | Button: 1.23s, parts spoken separately 1.25s"},
-        {"parts just under sum - 0.02 fail",
-         {{"General", {0.75}}, {"Button", {0.5}}, {"<s>General", {std::nextafter(1.25 - 0.02, 0.0)}}},
-         "SELFTEST parts FAIL General | Button: 1.23s, parts spoken separately 1.25s"},
-        {"three parts up to sum + 0.32 pass",
-         {{"<s>Airplane", {3.32 - 1e-9}}},
-         "SELFTEST parts PASS Airplane Mode | Switch button | off: 3.32s, parts spoken separately 3.00s"},
-        {"three parts beyond sum + 0.32 fail",
-         {{"<s>Airplane", {3.32 + 1e-9}}},
-         "SELFTEST parts FAIL Airplane Mode | Switch button | off: 3.32s, parts spoken separately 3.00s"},
-        {"voice elements 0.03 s apart fail",
-         {{"<voice", {1.03}}},
-         "SELFTEST voices FAIL <voice> parts: 1.03s, reference \"Log Out Halden ellipsis Command Shift q\" "
-         "1.00s"},
-        {"a break adding exactly 1.22 s passes",
-         {{"1.5s", {1.0 + 1.22}}},
-         "SELFTEST breaks PASS 1.5s break: 2.22s, expected 1.00s + 1.22s = 2.22s"},
-        {"a break adding the full 1.5 s fails",
-         {{"1.5s", {2.5}}},
-         "SELFTEST breaks FAIL 1.5s break: 2.50s, expected 1.00s + 1.22s = 2.22s"},
-        {"rules 0.0015 s apart pass",
-         {{"Mac OS X", {0.5}}, {"Mac OS ten ", {0.5015}}},
-         "SELFTEST rules PASS \"Mac OS X\" 0.500s == \"Mac OS ten \" 0.501s"},
-        {"rules 0.002 s apart fail",
-         {{"Mac OS X", {0.5}}, {"Mac OS ten ", {0.502}}},
-         "SELFTEST rules FAIL \"Mac OS X\" 0.500s == \"Mac OS ten \" 0.502s"},
+    const std::string per = "SELFTEST PASS en-US Samantha (iOS 4): ",
+                      fer = "SELFTEST FAIL en-US Samantha (iOS 4): ";
+    const std::string twoParts = " General | Button: 1.23s, parts spoken separately 1.25s";
+    const std::string threeParts =
+        " Airplane Mode | Switch button | off: 3.32s, parts spoken separately 3.00s";
+    const std::string expectedBreak = ", expected 1.00s + 1.22s = 2.22s";
+    const std::string rules = " \"Mac OS X\" 0.500s == \"Mac OS ten \" ";
+    const auto two = [](double whole) {
+        return Answers{{"General", {0.75}}, {"Button", {0.5}}, {"<s>General", {whole}}};
     };
+    const auto macOs = [](double ten) { return Answers{{"Mac OS X", {0.5}}, {"Mac OS ten ", {ten}}}; };
+    // clang-format off
+    const Case cases[] = {
+        {"0.3 s is too short", {{en, {0.3, 0.9f}}}, fer + "0.30s audio, peak 0.90"},
+        {"a peak of 0.05 is too quiet", {{en, {0.9, 0.05f}}}, fer + "0.90s audio, peak 0.05"},
+        {"just above both passes", {{en, {above, louder}}}, per + "0.30s audio, peak 0.05"},
+        {"NaN seconds fail", {{en, {nan, 0.9f}}}, fer + "nans audio, peak 0.90"},
+        {"parts at sum - 0.02 pass", two(1.25 - 0.02), "SELFTEST parts PASS" + twoParts},
+        {"parts just under sum - 0.02 fail", two(std::nextafter(1.25 - 0.02, 0.0)), "SELFTEST parts FAIL" + twoParts},
+        {"three parts up to sum + 0.32 pass", {{"<s>Airplane", {3.32 - 1e-9}}}, "SELFTEST parts PASS" + threeParts},
+        {"three parts beyond sum + 0.32 fail", {{"<s>Airplane", {3.32 + 1e-9}}}, "SELFTEST parts FAIL" + threeParts},
+        {"voice elements 0.03 s apart fail", {{"<voice", {1.03}}},
+         "SELFTEST voices FAIL <voice> parts: 1.03s, reference \"Log Out Halden ellipsis Command Shift q\" 1.00s"},
+        {"a break adding exactly 1.22 s passes", {{"1.5s", {1.0 + 1.22}}}, "SELFTEST breaks PASS 1.5s break: 2.22s" + expectedBreak},
+        {"a break adding the full 1.5 s fails", {{"1.5s", {2.5}}}, "SELFTEST breaks FAIL 1.5s break: 2.50s" + expectedBreak},
+        {"rules 0.0015 s apart pass", macOs(0.5015), "SELFTEST rules PASS" + rules + "0.501s"},
+        {"rules 0.002 s apart fail", macOs(0.502), "SELFTEST rules FAIL" + rules + "0.502s"},
+    };
+    // clang-format on
     for (const auto& c : cases) {
         FakeServices fake{[&c](const RenderRequest& r) {
                               for (const auto& [key, answer] : c.answers) {

@@ -10,29 +10,14 @@
 #include "speech/StreamFormat.h"
 #include "speech/Synthesizer.h"
 #include "speech/TestProviderVoices.h"
+#include "support/Watched.h"
 
 namespace velmora {
 namespace {
 
-using namespace std::chrono_literals;
+using test::Watched;
 
-// A value that threads of the code under test change and the test waits on.
-template <typename T>
-struct Watched {
-    void change(const std::function<void(T&)>& how) {
-        std::lock_guard lock(mutex);
-        how(value);
-        changed.notify_all();
-    }
-    T waitUntil(const std::function<bool(const T&)>& done, std::chrono::milliseconds limit = 20s) {
-        std::unique_lock lock(mutex);
-        changed.wait_for(lock, limit, [&] { return done(value); });
-        return value;
-    }
-    std::mutex mutex;
-    std::condition_variable changed;
-    T value{};
-};
+using namespace std::chrono_literals;
 
 // What one write() delivered: the samples of every buffer in order, and what came at the end.
 struct Render {

@@ -54,52 +54,38 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
     const Bytes pcm = audio(s16({1, 2}));
     const float one = 1 / 32768.0f;
     const std::string cutChunk = "the stream ended inside a chunk";
+    const auto done = [](std::vector<float> samples) { return Outcome{samples, Status::complete, ""}; };
+    const auto cut = [](std::vector<float> samples, std::string why) {
+        return Outcome{samples, Status::truncated, why};
+    };
+    const auto bad = [](std::vector<float> samples, std::string why) {
+        return Outcome{samples, Status::malformed, why};
+    };
+    const StreamFormat stereoF32{false, SampleFormat::f32le(), 2, 16000};
+    const Bytes huge = header + raw<char>({1}) + raw<u32>({0xfffffffe}) + s16({16384});
     const struct {
         const char* name;
         StreamFormat format;
         Bytes bytes;
         Outcome expected;
     } cases[] = {
-        {"raw S16LE",
-         rawS16Mono,
-         s16({0, 1, -1, 32767, -32768, 16384}),
-         {{0.0f, one, -one, 32767 * one, -1.0f, 0.5f}, Status::complete, ""}},
-        {"framed, events skipped",
-         framedS16Mono,
+        // clang-format off
+        {"raw S16LE", rawS16Mono, s16({0, 1, -1, 32767, -32768, 16384}), done({0.0f, one, -one, 32767 * one, -1.0f, 0.5f})},
+        {"framed, events skipped", framedS16Mono,
          header + event("word") + audio(s16({100, -200})) + event("") + audio({}) + audio(s16({300})),
-         {{100 * one, -200 * one, 300 * one}, Status::complete, ""}},
-        {"framed, a sample split across chunks",
-         framedS16Mono,
-         header + audio({std::byte{0x00}}) + event("mark") + audio({std::byte{0x40}}),
-         {{0.5f}, Status::complete, ""}},
-        {"raw F32LE stereo, half a frame",
-         {false, SampleFormat::f32le(), 2, 16000},
-         raw<float>({0.5f, -1.5f, 0.125f}),
-         {{0.5f, -1.5f}, Status::truncated, "the stream ended inside a sample frame"}},
-        {"half a header",
-         framedS16Mono,
-         text("0."),
-         {{}, Status::truncated, "the stream ended before its version header"}},
-        {"framed, inside audio",
-         framedS16Mono,
-         header + raw<char>({1}) + raw<u32>({4}) + s16({1}),
-         {{one}, Status::truncated, cutChunk}},
-        {"framed, inside an event",
-         framedS16Mono,
-         header + raw<char>({2, 1, 0, 0}),
-         {{}, Status::truncated, cutChunk}},
-        {"framed, a huge declared length is streamed, not reserved",
-         framedS16Mono,
-         header + raw<char>({1}) + raw<u32>({0xfffffffe}) + s16({16384}),
-         {{0.5f}, Status::truncated, cutChunk}},
-        {"another version",
-         framedS16Mono,
-         text("0.02") + pcm,
-         {{}, Status::malformed, "unknown stream version"}},
-        {"unknown chunk type, then audio",
-         framedS16Mono,
-         header + pcm + raw<char>({3}) + pcm,
-         {{one, 2 * one}, Status::malformed, "unknown chunk type 3"}},
+         done({100 * one, -200 * one, 300 * one})},
+        {"framed, a sample split across chunks", framedS16Mono,
+         header + audio({std::byte{0x00}}) + event("mark") + audio({std::byte{0x40}}), done({0.5f})},
+        {"raw F32LE stereo, half a frame", stereoF32, raw<float>({0.5f, -1.5f, 0.125f}),
+         cut({0.5f, -1.5f}, "the stream ended inside a sample frame")},
+        {"half a header", framedS16Mono, text("0."), cut({}, "the stream ended before its version header")},
+        {"framed, inside audio", framedS16Mono, header + raw<char>({1}) + raw<u32>({4}) + s16({1}), cut({one}, cutChunk)},
+        {"framed, inside an event", framedS16Mono, header + raw<char>({2, 1, 0, 0}), cut({}, cutChunk)},
+        {"framed, a huge declared length is streamed, not reserved", framedS16Mono, huge, cut({0.5f}, cutChunk)},
+        {"another version", framedS16Mono, text("0.02") + pcm, bad({}, "unknown stream version")},
+        {"unknown chunk type, then audio", framedS16Mono, header + pcm + raw<char>({3}) + pcm,
+         bad({one, 2 * one}, "unknown chunk type 3")},
+        // clang-format on
     };
     for (const auto& c : cases) {
         for (auto n : {1u, 3u, 7u, 1000u})

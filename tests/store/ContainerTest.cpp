@@ -24,20 +24,20 @@ TEST(EntitlementsTest, OnlyAListOfStringsGrantsGroups) {
         std::string contents;
         std::vector<std::string> expected;
     };
+    const std::string otherKey =
+        "<plist version=\"1.0\"><dict><key>x</key><array><string>G</string></array></dict></plist>";
     const std::vector<Case> cases{
+        // clang-format off
         {"list", entitlementsWith("<array><string>G1</string><string>G2</string></array>"), {"G1", "G2"}},
         {"empty list", entitlementsWith("<array/>"), {}},
         {"a string", entitlementsWith("<string>G1</string>"), {}},
-        {"a list with a number",
-         entitlementsWith("<array><string>G1</string><integer>2</integer></array>"),
-         {}},
-        {"other key",
-         "<plist version=\"1.0\"><dict><key>x</key><array><string>G</string></array></dict></plist>",
-         {}},
+        {"a list with a number", entitlementsWith("<array><string>G1</string><integer>2</integer></array>"), {}},
+        {"other key", otherKey, {}},
         {"root is a list", "<plist version=\"1.0\"><array><string>G</string></array></plist>", {}},
         {"damaged", entitlementsWith("<array><string>G1</string>"), {}},
         {"not a property list", "hello", {}},
         {"empty file", "", {}},
+        // clang-format on
     };
     TempDir dir;
     for (const auto& c : cases) {

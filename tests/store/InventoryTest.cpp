@@ -6,13 +6,7 @@ namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-const VoiceRelease& release(const char* name) {
-    static std::vector<VoiceRelease> all = VoiceRelease::all();
-    for (const auto& r : all) {
-        if (r.name == name) return r;
-    }
-    throw std::logic_error("no such release");
-}
+VoiceRelease release(const char* name) { return *VoiceRelease::named(name); }
 
 std::vector<std::string> listed() {
     std::vector<std::string> ids;

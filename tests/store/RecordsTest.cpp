@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <set>
-#include <unordered_set>
 
-#include "store/InstalledVoice.h"
 #include "store/VoiceId.h"
 #include "store/VoiceRelease.h"
 
@@ -24,31 +21,6 @@ TEST(VoiceReleaseTest, ThoseWithAFormatVersionDownload) {
     EXPECT_FALSE(formats.empty() || formats.contains(""));
     EXPECT_EQ(VoiceRelease::named("ios4")->directory, std::nullopt);
     EXPECT_TRUE(VoiceRelease::named("ios7")->enhancedTakesPitch);
-}
-
-// Records that differ in one field differ, and so do their hashes (an absent directory is not
-// an empty one).
-TEST(VoiceReleaseTest, EqualityAndHashCoverEveryField) {
-    const VoiceRelease base = *VoiceRelease::named("ios5");
-    const std::function<void(VoiceRelease&)> changes[] = {
-        [](auto& r) { r.name = "x"; },         [](auto& r) { r.label = "x"; },
-        [](auto& r) { r.directory = ""; },     [](auto& r) { r.directory = std::nullopt; },
-        [](auto& r) { r.formatVersion = ""; }, [](auto& r) { r.enhancedTakesPitch = true; }};
-    std::unordered_set<std::size_t> hashes{std::hash<VoiceRelease>{}(base)};
-    for (const auto& change : changes) {
-        VoiceRelease changed = base;
-        change(changed);
-        EXPECT_NE(changed, base);
-        hashes.insert(std::hash<VoiceRelease>{}(changed));
-    }
-    EXPECT_EQ(hashes.size(), std::size(changes) + 1);
-    EXPECT_EQ(std::hash<VoiceRelease>{}(base), std::hash<VoiceRelease>{}(VoiceRelease::all()[2]));
-
-    const InstalledVoice before{VoiceRelease::all()[3], "en-US", "Samantha", "/c/Voices/ios6/en-US", 100};
-    InstalledVoice after = before;
-    after.sizeInBytes = 101;
-    EXPECT_NE(before, after);
-    EXPECT_NE(std::hash<InstalledVoice>{}(before), std::hash<InstalledVoice>{}(after));
 }
 
 TEST(VoiceIdTest, ParsesReleaseAndPlainLocaleOnly) {

@@ -6,14 +6,14 @@
 
 #include "store/VoiceStore.h"
 #include "support/Files.h"
+#include "support/TestWorld.h"
 
 namespace velmora::test {
 
 // The process-wide container and compact data that StoreTestMain sets up before any test runs.
 struct StoreWorld {
-    static const std::filesystem::path& containersRoot();
-    static const std::filesystem::path& container();
-    static const std::filesystem::path& compactResources();
+    static std::filesystem::path container() { return TestWorld::container("group.test.velmora"); }
+    static std::filesystem::path compactResources() { return TestWorld::compactResources(); }
     static std::filesystem::path voices() { return container() / "Voices"; }
 };
 

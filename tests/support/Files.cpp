@@ -42,6 +42,21 @@ std::string readFile(const fs::path& file) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+fs::path expectedOutput(std::string_view folder, std::string_view name) {
+    return fs::path(VELMORA_TESTS_SOURCE_DIR) / folder / "expected" / name;
+}
+
+std::string joinLines(const std::vector<std::string>& lines,
+                      const std::vector<std::pair<std::string, std::string>>& placeholders) {
+    std::string text;
+    for (const auto& line : lines) text += line + "\n";
+    for (const auto& [from, to] : placeholders) {
+        for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+            text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
 unsigned permissions(const fs::path& file) {
     struct stat info {};
     return ::stat(file.c_str(), &info) == 0 ? info.st_mode & 07777 : 07777;

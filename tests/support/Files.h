@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace velmora::test {
 
@@ -25,6 +27,13 @@ private:
 void writeFile(const std::filesystem::path& file, std::string_view contents);
 // The whole file, or throws when it cannot be read.
 std::string readFile(const std::filesystem::path& file);
+// An expected-output file kept beside the tests, in tests/`folder`/expected/.
+std::filesystem::path expectedOutput(std::string_view folder, std::string_view name);
+// The lines of `text`, each joined to the next by a newline, with every `from` replaced by `to`:
+// what a run printed, ready to compare with an expected-output file whose placeholders stand for
+// the values that vary (paths, sizes).
+std::string joinLines(const std::vector<std::string>& lines,
+                      const std::vector<std::pair<std::string, std::string>>& placeholders = {});
 // The permission bits of `file` (07777 when it cannot be examined).
 unsigned permissions(const std::filesystem::path& file);
 // A header naming `voice` the way voice packs write it.

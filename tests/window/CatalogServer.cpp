@@ -1,27 +1,10 @@
 #include "CatalogServer.h"
 
-#include <chrono>
 #include <cstdlib>
 
 #include "support/Files.h"
 
 namespace velmora::test {
-
-void Gate::open() {
-    std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-}
-
-void Gate::close() {
-    std::lock_guard lock(mutex_);
-    open_ = false;
-}
-
-bool Gate::wait() {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(20), [this] { return open_; });
-}
 
 namespace {
 
@@ -32,14 +15,6 @@ const std::string& goodArchive() {
 }
 constexpr std::size_t heldLength = 1000;
 constexpr std::size_t heldSent = 420;
-
-std::string asset(const std::string& base, const std::string& format, const std::string& language,
-                  const std::string& path, const std::string& archive) {
-    return assetXml(format, language,
-                    {{"__BaseURL", stringValue(base)},
-                     {"__RelativePath", stringValue(path)},
-                     {"_Measurement", dataValue(sha1Of(archive))}});
-}
 
 }  // namespace
 
@@ -64,10 +39,10 @@ CatalogServer::CatalogServer()
               }
               const std::string base = server_.url("/");
               response.set_content(
-                  catalogXml({asset(base, "3", "en-US", "good.zip", goodArchive()),
-                              asset(base, "4", "en-GB", "held.zip", std::string(heldLength, 'x')),
-                              asset(base, "4", "de-DE", "good.zip", goodArchive()),
-                              asset(base, "4", "ja-JP", "good.zip", "another archive")}),
+                  catalogXml({servedAsset("3", "en-US", base, "good.zip", goodArchive()),
+                              servedAsset("4", "en-GB", base, "held.zip", std::string(heldLength, 'x')),
+                              servedAsset("4", "de-DE", base, "good.zip", goodArchive()),
+                              servedAsset("4", "ja-JP", base, "good.zip", "another archive")}),
                   "application/xml");
           });
           http.Get("/good.zip", [](const httplib::Request&, httplib::Response& response) {

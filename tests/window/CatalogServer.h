@@ -1,28 +1,12 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
 #include "enhanced/Fixtures.h"
+#include "support/Watched.h"
 
 namespace velmora::test {
-
-// A door that requests wait behind until it opens; waits end after 20 s in any case, so the
-// server can always stop.
-class Gate {
-public:
-    void open();
-    void close();
-    // True when the gate opened, false when the wait ran out.
-    bool wait();
-
-private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool open_ = true;
-};
 
 // The catalog that the window tests' process reads (VELMORA_CATALOG_URL, read once per process,
 // points here), on a loopback server that lives as long as the process:

@@ -1,7 +1,6 @@
 // The enhanced voices screen, offscreen, against the test catalog server: each state's texts and
 // controls, worked with the mouse, the keyboard and the accessibility actions.
 #include <gtest/gtest.h>
-#include <unicode/locid.h>
 
 #include <QAccessible>
 
@@ -178,20 +177,7 @@ TEST_F(EnhancedScreenTest, ExplainsAContainerProblem) {
     AppServices appServices(services);
     auto harness = openScreen(appServices);
     EXPECT_TRUE(harness->waitFor([&] { return harness->shows(QString::fromStdString(problem)); }));
-    harness->waitFor([&] { return harness->shows(QStringLiteral("iOS 5 — 1 voices")); });
     harness->screenshot(QStringLiteral("enhanced-container-problem"));
-}
-
-TEST_F(EnhancedScreenTest, NamesVoicesInTheScriptOfTheUsersLanguage) {
-    for (const char* language : {"ar", "ja"}) {
-        UErrorCode status = U_ZERO_ERROR;
-        icu::Locale::setDefault(icu::Locale(language), status);
-        auto harness = openScreen(appServices_);
-        EXPECT_TRUE(harness->waitFor([&] { return harness->shows(QStringLiteral("iOS 6 — 3 voices")); }));
-        harness->screenshot(QStringLiteral("enhanced-locale-") + QLatin1String(language));
-    }
-    UErrorCode status = U_ZERO_ERROR;
-    icu::Locale::setDefault(icu::Locale("en", "US"), status);
 }
 
 }  // namespace

@@ -60,7 +60,8 @@ Page {
             Layout.fillHeight: true
             visible: page.speech.hasVoices
             model: page.speech.voiceList
-            onVoiceChosen: identifier => page.speech.speakVoice(identifier, controls.text, controls.rate)
+            onVoiceChosen: (identifier, provider) => page.speech.speakVoice(identifier, provider, controls.text,
+                                                                            controls.rate)
         }
     }
 }

@@ -9,7 +9,7 @@ import Velmora
 ListView {
     id: list
 
-    signal voiceChosen(string identifier)
+    signal voiceChosen(string identifier, string provider)
 
     clip: true
     activeFocusOnTab: true
@@ -24,6 +24,7 @@ ListView {
 
         required property int index
         required property string identifier
+        required property string provider
         required property string shortName
         required property string languageName
         required property string accessibleName
@@ -57,10 +58,10 @@ ListView {
                 Accessible.name: entry.accessibleName
                 Accessible.focusable: true
                 Accessible.focused: row.activeFocus
-                Accessible.onPressAction: list.voiceChosen(entry.identifier)
-                Keys.onSpacePressed: list.voiceChosen(entry.identifier)
-                Keys.onReturnPressed: list.voiceChosen(entry.identifier)
-                Keys.onEnterPressed: list.voiceChosen(entry.identifier)
+                Accessible.onPressAction: list.voiceChosen(entry.identifier, entry.provider)
+                Keys.onSpacePressed: list.voiceChosen(entry.identifier, entry.provider)
+                Keys.onReturnPressed: list.voiceChosen(entry.identifier, entry.provider)
+                Keys.onEnterPressed: list.voiceChosen(entry.identifier, entry.provider)
 
                 MouseArea {
                     id: tap
@@ -68,7 +69,7 @@ ListView {
                     onClicked: {
                         list.currentIndex = entry.index
                         list.forceActiveFocus(Qt.MouseFocusReason)
-                        list.voiceChosen(entry.identifier)
+                        list.voiceChosen(entry.identifier, entry.provider)
                     }
                 }
                 RowLayout {

@@ -1,4 +1,5 @@
-// A speech provider for the tests: speaks saw-tooth tones of exact lengths in the formats its
+// A speech provider shared by the speech tests and the speech benchmark (which is why it lives
+// here, beside the benchmark): speaks saw-tooth tones of exact lengths in the formats its
 // voices name, and misbehaves on request. The text is a command and a frame count:
 //   "tone N"    replies, then writes N frames from a thread of its own and closes the pipe
 //   "die N"     writes N frames and exits before replying

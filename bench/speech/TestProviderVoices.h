@@ -28,12 +28,11 @@ inline const std::string controlInterface = "com.tarvenholt.TestProvider.Control
 inline std::vector<TestVoice> testVoices(const std::string& set) {
     const std::string marker = "com.tarvenholt.Velmora.voice.";
     if (set == "formats") {
-        // One voice per sample format, then framed ones, one the client cannot read, and a
-        // voice whose identifier the tones provider offers too.
+        // A voice for each width and kind of sample (the decoding of each format is unit tested),
+        // a framed one, one the client cannot read, and one whose identifier the tones provider
+        // offers too.
         std::vector<TestVoice> voices;
-        const std::vector<std::string> formats{"S8",    "U8",    "S16LE", "S16BE", "U16LE", "U16BE",
-                                               "S24LE", "S24BE", "U24LE", "U24BE", "S32LE", "S32BE",
-                                               "U32LE", "U32BE", "F32LE", "F32BE", "F64LE", "F64BE"};
+        const std::vector<std::string> formats{"S8", "U16BE", "S24LE", "U32BE", "F64LE"};
         for (std::size_t i = 0; i < formats.size(); ++i) {
             const std::string channels = i % 2 == 0 ? "1" : "2";
             const std::string rate = std::to_string(8000 + 1000 * i);

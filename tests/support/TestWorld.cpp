@@ -1,0 +1,49 @@
+#include "support/TestWorld.h"
+
+#include <unicode/locid.h>
+
+#include <cstdlib>
+#include <map>
+
+#include "support/BusEnvironment.h"
+#include "support/Entitlement.h"
+#include "support/Files.h"
+
+namespace velmora::test {
+namespace fs = std::filesystem;
+
+const fs::path& TestWorld::folder() {
+    static const TempDir dir;
+    return dir.path();
+}
+
+void TestWorld::entitle(std::string_view group) { entitleProcess(folder(), group); }
+
+// The test executable's folder is its bundle, whose first plug-in's resources the store reads.
+fs::path TestWorld::compactResources() {
+    return fs::read_symlink("/proc/self/exe").parent_path() / "PlugIns/Fixture.appex/Resources";
+}
+
+void TestWorld::writeCompactData(const CompactFiles& files) {
+    fs::remove_all(compactResources().parent_path());
+    for (const auto& [relative, contents] : files) writeFile(compactResources() / relative, contents);
+}
+
+void TestWorld::useUsEnglish() {
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale("en", "US"), status);
+}
+
+void TestWorld::shareWithBus(const fs::path& entitlements) {
+    fs::create_directories(folder() / "tmp");
+    if (entitlements.empty()) {
+        ::unsetenv("VELMORA_ENTITLEMENTS");
+    } else {
+        ::setenv("VELMORA_ENTITLEMENTS", entitlements.c_str(), 1);
+    }
+    shareWithActivatedServices({{"VELMORA_APP_GROUPS_ROOT", (folder() / "app-groups").string()},
+                                {"XDG_DATA_HOME", (folder() / "data").string()},
+                                {"TMPDIR", (folder() / "tmp").string()}});
+}
+
+}  // namespace velmora::test
