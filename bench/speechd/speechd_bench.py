@@ -119,12 +119,12 @@ def main():
         server.terminate()
         server.wait()
     print(f"{RUNS} runs each, medians, through speech-dispatcher {speechd_version()}")
-    print(f"{'':40}{'sd_velmora':>12}{'sd_espeak-ng':>12}{'ratio':>8}")
+    print(f"{'':40}{'sd_velmora':>14}{'sd_espeak-ng':>14}{'ratio':>8}")
     table = {(module, name): value for module, name, value in rows}
     for name in [name for name, _ in TEXTS] + ["stop"]:
         ours, theirs = table[("velmora", name)], table[("espeak-ng", name)]
         label = ("SPEAK to first sample, " + name) if name != "stop" else "STOP to silence"
-        print(f"{label:40}{ours:9.1f} ms{theirs:9.1f} ms{ours / theirs:7.2f}x")
+        print(f"{label:40}{ours:11.1f} ms{theirs:11.1f} ms{ours / theirs:7.2f}x")
     print("targets: first sample at most 1.2x sd_espeak-ng's; STOP to silence within 20 ms")
 
 
