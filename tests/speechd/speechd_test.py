@@ -39,7 +39,7 @@ def start_server(own_config=True):
     (WORK / "conf" / "modules").mkdir(parents=True)
     (WORK / "log").mkdir()
     (WORK / "conf" / "speechd.conf").write_text(
-        f'LogLevel 4\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')
+        f'LogLevel 5\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')
     (WORK / "conf" / "modules" / "velmora.conf").write_text('VelmoraAudioOutput "null"\n')
     config = ["-C", str(WORK / "conf")] if own_config else []
     server = subprocess.Popen(
@@ -141,6 +141,28 @@ def test_marks_then_end(client):
                                                       speechd.CallbackType.END], str(seen))
 
 
+def test_pause_at_next_mark(client):
+    client.speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' +
+                 'Words after it. ' * 10 + '<mark name="p2"/>The end.</speak>')
+    client.events.get(timeout=20)  # BEGIN
+    client.ssip.pause()
+    seen = []
+    deadline = time.monotonic() + 20
+    while time.monotonic() < deadline and speechd.CallbackType.PAUSE not in seen:
+        try:
+            kind, mark, _ = client.events.get(timeout=0.5)
+            seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
+        except queue.Empty:
+            pass
+    # speech-dispatcher puts marks of its own into the text, keeps the one a pause stops at for
+    # resuming, and tells the client PAUSE alone
+    server_log = (WORK / "log" / "speech-dispatcher.log").read_text(errors="replace")
+    before_pause = server_log[:server_log.find("704 PAUSE")].rsplit("701 BEGIN", 1)[-1]
+    check("PAUSE ends the message at its next mark", seen == [speechd.CallbackType.PAUSE] and
+          "700 INDEX MARK" in before_pause[-400:], f"{seen} {before_pause[-400:]}")
+    client.ssip.cancel()
+
+
 def test_stop_during_long_message(client):
     client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
     deadline = time.monotonic() + 20
@@ -200,6 +222,7 @@ def main():
         client = Client()
         test_marks_then_end(client)
         test_stop_during_long_message(client)
+        test_pause_at_next_mark(client)
         client.ssip.close()
     finally:
         stop_server(server)
