@@ -159,7 +159,7 @@ def test_pause_at_next_mark(client):
     server_log = (WORK / "log" / "speech-dispatcher.log").read_text(errors="replace")
     before_pause = server_log[:server_log.find("704 PAUSE")].rsplit("701 BEGIN", 1)[-1]
     check("PAUSE ends the message at its next mark", seen == [speechd.CallbackType.PAUSE] and
-          "700 INDEX MARK" in before_pause[-400:], f"{seen} {before_pause[-400:]}")
+          "700 INDEX MARK" in before_pause and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
     client.ssip.cancel()
 
 
