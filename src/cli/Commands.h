@@ -13,5 +13,6 @@ void addRenderCommand(CLI::App& app);
 void addZipCommands(CLI::App& app);
 void addEnhancedCommands(CLI::App& app);
 void addSelfTestCommand(CLI::App& app);
+void addSystemVoiceCommand(CLI::App& app);
 
 }  // namespace velmora::cli

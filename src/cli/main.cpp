@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
     velmora::cli::addZipCommands(app);
     velmora::cli::addEnhancedCommands(app);
     velmora::cli::addSelfTestCommand(app);
+    velmora::cli::addSystemVoiceCommand(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

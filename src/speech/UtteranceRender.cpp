@@ -43,13 +43,17 @@ SynthesisRequest requestFor(const Utterance& utterance, const ProviderVoice& voi
 // Reads the stream to its end, handing decoded frames to `sink`; a clean end still has to be
 // confirmed by the call's reply.
 RenderOutcome readStream(PipeReader& reader, StreamParser& parser,
-                         const std::function<void(const PcmBuffer&)>& sink) {
+                         const std::function<void(const PcmBuffer&)>& sink,
+                         const std::function<void(std::vector<StreamEvent>)>& events) {
     std::array<std::byte, readSize> bytes;
     while (true) {
         std::size_t count = 0;
         switch (reader.read(bytes, count)) {
             case PipeReader::Event::data: {
                 const PcmBuffer buffer = parser.feed(std::span(bytes).first(count));
+                if (events) {
+                    if (auto read = parser.takeEvents(); !read.empty()) events(std::move(read));
+                }
                 if (parser.status() == StreamParser::Status::malformed) {
                     if (buffer.frameCount() > 0) sink(buffer);
                     return failure("The provider sent data that is not audio: " + parser.problem() + ".");
@@ -75,7 +79,8 @@ RenderOutcome readStream(PipeReader& reader, StreamParser& parser,
 }  // namespace
 
 RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, const RenderLimits& limits,
-                              std::stop_token stop, const std::function<void(const PcmBuffer&)>& sink) {
+                              std::stop_token stop, const std::function<void(const PcmBuffer&)>& sink,
+                              const std::function<void(std::vector<StreamEvent>)>& events) {
     if (utterance.isSsml && !isAcceptableSsml(utterance.text)) {
         return failure("The text is not SSML: it must be well-formed XML with a speak element at its root.");
     }
@@ -95,7 +100,7 @@ RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, 
 
     PipeReader reader(std::move(readEnd), stop, limits.stallTimeout);
     StreamParser parser(*format.format);
-    RenderOutcome outcome = readStream(reader, parser, sink);
+    RenderOutcome outcome = readStream(reader, parser, sink, events);
     if (outcome.end != RenderOutcome::End::finished) return outcome;
     if (!reply->wait(limits.stallTimeout, stop)) {
         if (stop.stop_requested()) return {RenderOutcome::End::cancelled, {}};

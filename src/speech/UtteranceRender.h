@@ -7,6 +7,7 @@
 
 #include "speech/SpeechSystem.h"
 #include "speech/SpeechTypes.h"
+#include "speech/StreamParser.h"
 
 namespace velmora {
 
@@ -31,8 +32,10 @@ struct RenderLimits {
 
 // Renders `utterance` with its voice's provider on the calling thread, handing each run of
 // decoded frames to `sink` as it arrives. SSML must be acceptable; an utterance without a
-// voice uses the voice for the user's language, else the first voice listed.
+// voice uses the voice for the user's language, else the first voice listed. The stream's events
+// (words, sentences, marks) go to `events`, when given, before the frames that follow them.
 RenderOutcome renderUtterance(SpeechSystem& system, const Utterance& utterance, const RenderLimits& limits,
-                              std::stop_token stop, const std::function<void(const PcmBuffer&)>& sink);
+                              std::stop_token stop, const std::function<void(const PcmBuffer&)>& sink,
+                              const std::function<void(std::vector<StreamEvent>)>& events = {});
 
 }  // namespace velmora
