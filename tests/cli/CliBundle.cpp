@@ -18,7 +18,9 @@ CliBundle::CliBundle() {
 
 ProcessResult CliBundle::run(const std::vector<std::string>& arguments) const {
     return runProcess(folder() / "velmora-cli", arguments,
-                      {{"VELMORA_APP_GROUPS_ROOT", containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+                      {{"VELMORA_APP_GROUPS_ROOT", containers().string()},
+                       {"VELMORA_ENTITLEMENTS", ""},
+                       {"XDG_CACHE_HOME", cache().string()}});
 }
 
 void CliBundle::installPack(const std::string& releaseAndLocale, const std::string& voice,
