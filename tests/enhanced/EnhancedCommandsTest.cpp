@@ -35,9 +35,10 @@ protected:
             "kill -INT $!; wait $!; status=$?; cat \"$1/out\"; cat \"$1/err\" >&2; exit $status",
             (bundle_.folder() / "velmora-cli").string(), files_.path().string(), cue};
         script.insert(script.end(), arguments.begin(), arguments.end());
-        return runProcess(
-            "/bin/bash", script,
-            {{"VELMORA_APP_GROUPS_ROOT", bundle_.containers().string()}, {"VELMORA_ENTITLEMENTS", ""}});
+        return runProcess("/bin/bash", script,
+                          {{"VELMORA_APP_GROUPS_ROOT", bundle_.containers().string()},
+                           {"VELMORA_ENTITLEMENTS", ""},
+                           {"XDG_CACHE_HOME", bundle_.cache().string()}});
     }
 
     const std::string archive_ = makeZip({"voice/broker.hdr.asset", "Amelie", "voice/voice.dat", "data"});
