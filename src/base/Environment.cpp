@@ -13,8 +13,9 @@ std::optional<std::string> environmentValue(const char* name) {
     return std::string(value);
 }
 
-std::filesystem::path xdgDataHome() {
-    if (auto dataHome = environmentValue("XDG_DATA_HOME")) return *dataHome;
+namespace {
+
+std::filesystem::path homeFolder() {
     std::filesystem::path home;
     if (auto fromEnvironment = environmentValue("HOME")) {
         home = *fromEnvironment;
@@ -23,7 +24,19 @@ std::filesystem::path xdgDataHome() {
     } else {
         home = "/";
     }
-    return home / ".local" / "share";
+    return home;
+}
+
+}  // namespace
+
+std::filesystem::path xdgDataHome() {
+    if (auto dataHome = environmentValue("XDG_DATA_HOME")) return *dataHome;
+    return homeFolder() / ".local" / "share";
+}
+
+std::filesystem::path xdgCacheHome() {
+    if (auto cacheHome = environmentValue("XDG_CACHE_HOME")) return *cacheHome;
+    return homeFolder() / ".cache";
 }
 
 }  // namespace velmora

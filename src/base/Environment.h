@@ -12,4 +12,7 @@ std::optional<std::string> environmentValue(const char* name);
 // $XDG_DATA_HOME, or ~/.local/share when it is unset (the XDG default).
 std::filesystem::path xdgDataHome();
 
+// $XDG_CACHE_HOME, or ~/.cache when it is unset (the XDG default).
+std::filesystem::path xdgCacheHome();
+
 }  // namespace velmora

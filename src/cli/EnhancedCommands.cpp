@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <iostream>
@@ -19,7 +20,10 @@
 #include "cli/VoiceIdArgument.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
+#include "enhanced/LocalArchive.h"
+#include "enhanced/PartialDownload.h"
 #include "enhanced/VoiceInstaller.h"
+#include "presenters/TransferTexts.h"
 #include "store/ByteCount.h"
 #include "store/VoiceId.h"
 #include "store/VoiceStore.h"
@@ -63,27 +67,31 @@ private:
     std::jthread watcher_;
 };
 
-// One voice's install as the user follows it: a bar redrawn in place on a terminal, plain
-// lines (every tenth) otherwise.
+// One voice's install as the user follows it: on a terminal a line redrawn in place with bytes
+// done, rate and time left (a bar when the size is unknown), plain lines (every tenth) otherwise.
 class InstallDisplay {
 public:
-    explicit InstallDisplay(std::string id) : id_(std::move(id)), terminal_(::isatty(STDOUT_FILENO) == 1) {
+    using Clock = std::chrono::steady_clock;
+
+    InstallDisplay(std::string id, std::int64_t total)
+        : id_(std::move(id)), total_(total), terminal_(::isatty(STDOUT_FILENO) == 1) {
         if (!terminal_) std::cout << id_ << ": downloading" << std::endl;
     }
 
     void progress(double fraction) {
         const int percent = static_cast<int>(fraction * 100);
-        if (percent == shown_) return;
-        shown_ = percent;
-        if (terminal_) {
-            constexpr int width = 30;
-            const int filled = percent * width / 100;
-            std::cout << '\r' << id_ << "  [" << std::string(static_cast<std::size_t>(filled), '#')
-                      << std::string(static_cast<std::size_t>(width - filled), '-') << "] " << percent << "%"
-                      << std::flush;
-        } else if (percent % 10 == 0) {
-            std::cout << id_ << ": " << percent << "%" << std::endl;
+        if (!terminal_) {
+            if (percent != shown_ && percent % 10 == 0)
+                std::cout << id_ << ": " << percent << "%" << std::endl;
+            shown_ = percent;
+            return;
         }
+        const auto now = Clock::now();
+        if (shown_ >= 0 && fraction < 1.0 && now - drawn_ < std::chrono::milliseconds(200)) return;
+        drawn_ = now;
+        shown_ = percent;
+        std::cout << '\r' << id_ << "  " << (total_ > 0 ? bytesText(fraction, now) : bar(percent)) << "\x1b[K"
+                  << std::flush;
     }
     void line(const std::string& text) {
         if (terminal_) {
@@ -92,15 +100,35 @@ public:
             std::cout << id_ << ": " << text << std::endl;
         }
     }
-    // Ends a bar that a failure interrupted.
+    // Ends a progress line that a failure interrupted.
     void interrupt() {
         if (terminal_ && shown_ >= 0) std::cout << std::endl;
     }
 
 private:
+    // The rate counts from the first report, so bytes a resumed download already held do not
+    // inflate it.
+    std::string bytesText(double fraction, Clock::time_point now) {
+        const auto done = static_cast<std::int64_t>(fraction * static_cast<double>(total_));
+        if (!first_) first_.emplace(done, now);
+        const double seconds = std::chrono::duration<double>(now - first_->second).count();
+        const double rate = seconds > 0.5 ? static_cast<double>(done - first_->first) / seconds : 0;
+        return transferProgressText(done, total_, rate);
+    }
+    static std::string bar(int percent) {
+        constexpr int width = 30;
+        const int filled = percent * width / 100;
+        return "[" + std::string(static_cast<std::size_t>(filled), '#') +
+               std::string(static_cast<std::size_t>(width - filled), '-') + "] " + std::to_string(percent) +
+               "%";
+    }
+
     std::string id_;
+    std::int64_t total_;
     bool terminal_;
     int shown_ = -1;
+    Clock::time_point drawn_;
+    std::optional<std::pair<std::int64_t, Clock::time_point>> first_;
 };
 
 std::string hex(const std::vector<std::byte>& bytes) {
@@ -132,9 +160,16 @@ nlohmann::json voiceJson(const EnhancedVoice& voice) {
             {"state", stateOf(voice)}};
 }
 
+// The catalog, after which partial downloads of voices it no longer lists (or a week old) go.
+std::vector<EnhancedVoice> loadCatalog(std::stop_token stop) {
+    auto voices = EnhancedVoiceCatalog::fetch(std::move(stop));
+    PartialDownload::sweep(voices);
+    return voices;
+}
+
 void printCatalog(bool asJson) {
     const InterruptWatch interrupt;
-    const auto voices = EnhancedVoiceCatalog::fetch(interrupt.token());
+    const auto voices = loadCatalog(interrupt.token());
     if (asJson) {
         printJsonArray(voices, voiceJson);
         return;
@@ -149,7 +184,7 @@ void printCatalog(bool asJson) {
 // The catalog's voice for each requested id, checked before anything is downloaded.
 std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, std::stop_token stop) {
     for (const auto& id : ids) requireVoiceId(id, VoiceRelease::downloadable());
-    const auto catalog = EnhancedVoiceCatalog::fetch(stop);
+    const auto catalog = loadCatalog(stop);
     std::vector<EnhancedVoice> voices;
     for (const auto& id : ids) {
         auto found =
@@ -161,9 +196,10 @@ std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, 
 }
 
 // Once the archive has matched its checksum the install runs to its end: Ctrl-C from then on
-// says so at once, and stops the voices after this one.
-void installOne(const EnhancedVoice& voice, std::stop_token stop) {
-    InstallDisplay display(voice.id());
+// says so at once, and stops the voices after this one. With `archive`, that file is installed
+// instead of a download.
+void installOne(const EnhancedVoice& voice, std::stop_token stop, const std::string& archive = {}) {
+    InstallDisplay display(voice.id(), voice.downloadSize);
     std::optional<std::stop_callback<std::function<void()>>> finishing;
     const auto unpacking = [&] {
         display.line("unpacking");
@@ -173,10 +209,9 @@ void installOne(const EnhancedVoice& voice, std::stop_token stop) {
         });
     };
     try {
-        const std::int64_t size =
-            VoiceInstaller(
-                voice, [&display](double fraction) { display.progress(fraction); }, unpacking, stop)
-                .run();
+        VoiceInstaller installer(
+            voice, [&display](double fraction) { display.progress(fraction); }, unpacking, stop);
+        const std::int64_t size = archive.empty() ? installer.run() : installer.installFrom(archive);
         display.line("installed, " + formatByteCount(size));
     } catch (const std::exception& error) {
         display.interrupt();
@@ -187,6 +222,25 @@ void installOne(const EnhancedVoice& voice, std::stop_token stop) {
 void installVoices(const std::vector<std::string>& ids) {
     const InterruptWatch interrupt;
     for (const auto& voice : requestedVoices(ids, interrupt.token())) installOne(voice, interrupt.token());
+}
+
+// An archive the user has is checked against the catalog's checksum, so the catalog must load.
+void installArchive(const std::string& archive, const std::vector<std::string>& ids) {
+    if (ids.size() != 1) throw CommandError("--from installs one voice: name one RELEASE/LOCALE.");
+    requireVoiceId(ids.front(), VoiceRelease::downloadable());
+    const InterruptWatch interrupt;
+    std::vector<EnhancedVoice> catalog;
+    std::string catalogError;
+    try {
+        catalog = loadCatalog(interrupt.token());
+    } catch (const std::exception& error) {
+        catalogError = error.what();
+    }
+    try {
+        installOne(voiceForArchive(catalog, ids.front(), catalogError), interrupt.token(), archive);
+    } catch (const ArchiveRefused& refused) {
+        throw CommandError(refused.what());
+    }
 }
 
 }  // namespace
@@ -200,8 +254,13 @@ void addEnhancedCommands(CLI::App& app) {
 
     auto* install = app.add_subcommand("install", "Download, verify and install enhanced voices");
     auto ids = std::make_shared<std::vector<std::string>>();
+    auto archive = std::make_shared<std::string>();
     install->add_option("voices", *ids, "The voices, as RELEASE/LOCALE (for example ios6/en-US)")->required();
-    install->callback([ids] { installVoices(*ids); });
+    install->add_option("--from", *archive,
+                        "Install this archive (already downloaded) instead of downloading it; it must match "
+                        "the checksum in Apple's catalog");
+    install->callback(
+        [ids, archive] { archive->empty() ? installVoices(*ids) : installArchive(*archive, *ids); });
 }
 
 }  // namespace velmora::cli

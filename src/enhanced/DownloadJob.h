@@ -4,43 +4,70 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <string>
+#include <vector>
+
+#include "enhanced/HttpTransfer.h"
+#include "enhanced/Sha1.h"
 
 namespace velmora {
 
-// Downloads one archive to a file and reports the fraction done. The file appears at its
-// destination only when the whole body of a 200 answer has arrived; until then the bytes go to
-// a partial file beside it, removed on every failure.
+class PartialDownload;
+
+// Downloads one archive and reports the fraction done, hashing the bytes (SHA-1) as they arrive
+// so the check needs no second read.
 class DownloadJob {
 public:
     using Progress = std::function<void(double fraction)>;
-    using BodyObserver = std::function<void(std::span<const std::byte> piece)>;
 
     // `expected` is the catalog's size of the archive, used when the server announces none.
     DownloadJob(std::int64_t expected, Progress progress);
+    ~DownloadJob();
 
-    // Sees every byte of the body in order as it is written (the installer hashes it on the way).
-    void observeBody(BodyObserver observer) { observer_ = std::move(observer); }
-
-    // Returns once the file is complete at `destination`, after a last progress(1.0). Throws
-    // EnhancedVoiceCatalog::Failure::badResponse for any status but 200, TransferFailure when the
-    // transfer fails or `stop` is requested, and filesystem_error when the file cannot be written.
-    // Called once per job.
+    // Downloads to a partial file beside `destination` that appears there only when the whole
+    // body of a 200 answer has arrived, after a last progress(1.0); the partial file is removed
+    // on every failure. Throws EnhancedVoiceCatalog::Failure::badResponse for any status but 200,
+    // WebPageAnswer for a web page, TransferFailure when the transfer fails or `stop` is
+    // requested, and filesystem_error when the file cannot be written. Called once per job.
     void run(const std::string& url, const std::filesystem::path& destination, std::stop_token stop = {});
 
+    // The same into a partial download that outlives a failure: bytes it already holds are asked
+    // for no more (a Range request guarded by If-Range) when the server answers 206 from where
+    // they end; any other answer starts over. Progress counts the bytes held. Returns the SHA-1 of
+    // the whole file.
+    std::vector<std::byte> run(const std::string& url, PartialDownload& partial, std::stop_token stop = {});
+
 private:
+    // The answer of a resumed request cannot extend the bytes held.
+    struct ResumeRefused {};
+
+    template <class Target>
+    void transfer(const std::string& url, Target& target, std::stop_token stop);
+    template <class Target>
+    long attempt(const std::string& url, Target& target, bool resuming, std::stop_token stop);
+    template <class Target>
+    void begin(Target& target, const HttpTransfer::Head& head, bool resuming);
+    template <class Target>
+    void receive(Target& target, std::span<const std::byte> piece, const HttpTransfer::Head& head,
+                 bool resuming);
+    bool sniffWebPage(std::span<const std::byte> piece, const HttpTransfer::Head& head);
+
     // The fraction to report after `written` bytes, or a negative value when none can be told:
     // the announced length when there is one, else `expected`, never above 1.
     static double fraction(std::int64_t written, std::int64_t announced, std::int64_t expected);
-    void receive(std::span<const std::byte> piece, std::int64_t announced);
 
     std::int64_t expected_;
     Progress progress_;
-    BodyObserver observer_;
+    std::optional<Sha1> hash_;
     std::int64_t written_ = 0;
+    std::int64_t total_ = -1;
+    bool began_ = false;
     bool started_ = false;
+    std::optional<std::vector<std::byte>> webPage_;  // the start of a web page that came back
+    std::string webPageType_;
 };
 
 }  // namespace velmora

@@ -13,6 +13,7 @@
 #include "base/PlistPointer.h"
 #include "enhanced/DisplayOrder.h"
 #include "enhanced/HttpTransfer.h"
+#include "enhanced/WebPageAnswer.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -142,14 +143,17 @@ std::vector<EnhancedVoice> EnhancedVoiceCatalog::fetch(std::stop_token stop) {
 
 std::vector<EnhancedVoice> EnhancedVoiceCatalog::fetch(const std::string& address, std::stop_token stop) {
     std::vector<std::byte> body;
+    std::string contentType;
     HttpTransfer transfer(address);
     const long status = transfer.run(
-        [&body](std::span<const std::byte> piece, std::int64_t) {
+        [&](std::span<const std::byte> piece, const HttpTransfer::Head& head) {
             if (body.size() + piece.size() > largestCatalog) throw Failure::unreadable();
             body.insert(body.end(), piece.begin(), piece.end());
+            contentType = head.contentType;
         },
         stop);
     if (status != 200) throw Failure::badResponse(status);
+    if (auto page = WebPageAnswer::describe(contentType, body)) throw WebPageAnswer::insteadOfCatalog(*page);
     return parse(body);
 }
 

@@ -43,8 +43,8 @@ struct EnhancedVoiceCatalog {
 
     // The vendor's address, or VELMORA_CATALOG_URL when it is set (a mirror, or a test server).
     static const std::string& url();
-    // Downloads and parses the catalog at url(). Throws Failure, NotAPropertyList or
-    // TransferFailure.
+    // Downloads and parses the catalog at url(). Throws Failure, NotAPropertyList, TransferFailure,
+    // or WebPageAnswer when a web page came back instead.
     static std::vector<EnhancedVoice> fetch(std::stop_token stop = {});
     // The same for a catalog at another address.
     static std::vector<EnhancedVoice> fetch(const std::string& address, std::stop_token stop = {});

@@ -3,9 +3,13 @@
 #include <curl/curl.h>
 #include <openssl/ssl.h>
 
+#include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <exception>
 #include <mutex>
 #include <new>
+#include <string_view>
 
 #include "base/Environment.h"
 #include "enhanced/TransferFailure.h"
@@ -34,6 +38,52 @@ CURLcode addCertificateAuthority(CURL*, void* context, void* file) {
                                                                            : CURLE_SSL_CACERT_BADFILE;
 }
 
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    return lower;
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+    return text;
+}
+
+std::int64_t decimal(std::string_view text) {
+    std::int64_t value = -1;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value >= 0 ? value : -1;
+}
+
+// "bytes START-END/TOTAL" (TOTAL may be "*").
+void readContentRange(std::string_view value, HttpTransfer::Head& head) {
+    if (!value.starts_with("bytes ")) return;
+    value.remove_prefix(6);
+    const auto dash = value.find('-');
+    const auto slash = value.find('/');
+    if (dash == std::string_view::npos || slash == std::string_view::npos || slash < dash) return;
+    head.rangeStart = decimal(value.substr(0, dash));
+    head.rangeTotal = decimal(value.substr(slash + 1));
+}
+
+// One header line of an answer; a status line starts the head of a new answer (a redirect's
+// target, or the answer after "100 Continue").
+void readHeaderLine(std::string_view line, HttpTransfer::Head& head) {
+    if (line.starts_with("HTTP/")) {
+        head = {};
+        return;
+    }
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos) return;
+    const std::string name = lowerCase(trimmed(line.substr(0, colon)));
+    const std::string_view value = trimmed(line.substr(colon + 1));
+    if (name == "content-type") head.contentType = value;
+    if (name == "etag") head.validator = value;
+    if (name == "last-modified" && head.validator.empty()) head.validator = value;
+    if (name == "content-range") readContentRange(value, head);
+}
+
 }  // namespace
 
 struct HttpTransfer::State {
@@ -43,10 +93,14 @@ struct HttpTransfer::State {
     std::string caFile;
     char errorText[CURL_ERROR_SIZE] = {};
     const BodySink* sink = nullptr;
-    long refusedStatus = 0;        // a status other than 200 whose body was refused
+    Head head;
+    std::string range;  // "OFFSET-" when resuming
+    std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> requestHeaders{nullptr, &curl_slist_free_all};
+    long refusedStatus = 0;        // a status other than 200 (or 206 when resuming) whose body was refused
     std::exception_ptr sinkError;  // what the sink threw
 
     static size_t write(char* data, size_t size, size_t count, void* self);
+    static size_t header(char* data, size_t size, size_t count, void* self);
     size_t receive(const char* data, size_t length);
     curl_off_t bytesHeard() const;
     void configure();
@@ -57,17 +111,24 @@ size_t HttpTransfer::State::write(char* data, size_t size, size_t count, void* s
     return static_cast<State*>(self)->receive(data, size * count);
 }
 
+size_t HttpTransfer::State::header(char* data, size_t size, size_t count, void* self) {
+    readHeaderLine(std::string_view(data, size * count), static_cast<State*>(self)->head);
+    return size * count;
+}
+
 size_t HttpTransfer::State::receive(const char* data, size_t length) {
     long status = 0;
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (status != 200) {
+    if (status != 200 && !(status == 206 && !range.empty())) {
         refusedStatus = status;
         return 0;
     }
     curl_off_t announced = -1;
     curl_easy_getinfo(easy.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+    head.status = status;
+    head.announced = static_cast<std::int64_t>(announced);
     try {
-        (*sink)(std::as_bytes(std::span(data, length)), static_cast<std::int64_t>(announced));
+        (*sink)(std::as_bytes(std::span(data, length)), head);
     } catch (...) {
         sinkError = std::current_exception();
         return 0;
@@ -88,6 +149,12 @@ void HttpTransfer::State::configure() {
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::write);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &State::header);
+    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    if (!range.empty()) {
+        curl_easy_setopt(handle, CURLOPT_RANGE, range.c_str());
+        curl_easy_setopt(handle, CURLOPT_HTTPHEADER, requestHeaders.get());
+    }
     if (auto file = environmentValue("VELMORA_CA_FILE")) {
         caFile = *file;
         curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &addCertificateAuthority);
@@ -148,6 +215,12 @@ HttpTransfer::HttpTransfer(const std::string& url, std::chrono::seconds stallLim
 }
 
 HttpTransfer::~HttpTransfer() = default;
+
+void HttpTransfer::resumeFrom(std::int64_t offset, const std::string& validator) {
+    state_->range = std::to_string(offset) + "-";
+    state_->requestHeaders.reset(curl_slist_append(nullptr, ("If-Range: " + validator).c_str()));
+    if (!state_->requestHeaders) throw std::bad_alloc();
+}
 
 long HttpTransfer::run(const BodySink& sink, std::stop_token stop) {
     State& state = *state_;

@@ -42,19 +42,23 @@ std::vector<std::byte> Sha1::finish() {
 }
 
 std::vector<std::byte> Sha1::ofFile(const std::filesystem::path& file) {
+    Sha1 hash;
+    hash.updateFromFile(file);
+    return hash.finish();
+}
+
+void Sha1::updateFromFile(const std::filesystem::path& file) {
     const UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     const int fd = descriptor.get();
     if (fd < 0) throwFileError("cannot open the archive", file, errno);
     std::vector<std::byte> chunk(chunkSize);
-    Sha1 hash;
     for (;;) {
         const ssize_t got = ::read(fd, chunk.data(), chunk.size());
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) throwFileError("cannot read the archive", file, errno);
         if (got == 0) break;
-        hash.update(std::span(chunk).first(static_cast<std::size_t>(got)));
+        update(std::span(chunk).first(static_cast<std::size_t>(got)));
     }
-    return hash.finish();
 }
 
 }  // namespace velmora

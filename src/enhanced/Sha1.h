@@ -19,11 +19,13 @@ public:
     Sha1& operator=(const Sha1&) = delete;
 
     void update(std::span<const std::byte> piece);
+    // Feeds the whole of a file, read in pieces of 4 MiB. Throws filesystem_error when the file
+    // cannot be opened or read.
+    void updateFromFile(const std::filesystem::path& file);
     // The 20 raw bytes; the computation is over afterwards.
     std::vector<std::byte> finish();
 
-    // The SHA-1 of a whole file, read in pieces of 4 MiB. Throws filesystem_error when the file
-    // cannot be opened or read.
+    // The SHA-1 of a whole file, as updateFromFile reads it.
     static std::vector<std::byte> ofFile(const std::filesystem::path& file);
 
 private:

@@ -5,7 +5,9 @@
 
 #include "enhanced/DownloadJob.h"
 #include "enhanced/InstallFailure.h"
+#include "enhanced/LocalArchive.h"
 #include "enhanced/PackReplacement.h"
+#include "enhanced/PartialDownload.h"
 #include "enhanced/Sha1.h"
 #include "enhanced/StagingFolder.h"
 #include "enhanced/TransferFailure.h"
@@ -15,6 +17,14 @@
 
 namespace velmora {
 namespace fs = std::filesystem;
+namespace {
+
+struct DiscardOnExit {
+    PartialDownload& partial;
+    ~DiscardOnExit() { partial.discard(); }
+};
+
+}  // namespace
 
 VoiceInstaller::VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking unpacking,
                                std::stop_token stop)
@@ -24,31 +34,49 @@ VoiceInstaller::VoiceInstaller(EnhancedVoice voice, Progress progress, Unpacking
       stop_(std::move(stop)) {}
 
 std::int64_t VoiceInstaller::run() {
+    const StagingFolder staging = createStaging();
+    const fs::path unpacked = staging.path() / unpackedName;
+    const std::vector<std::string> written = [&] {
+        PartialDownload partial(voice_);
+        const std::vector<std::byte> digest = download(partial);
+        // The transfer may have finished just as the install was cancelled.
+        if (stop_.stop_requested()) throw TransferFailure::cancelled();
+        // From here the archive is used or useless: it goes either way.
+        const DiscardOnExit discard{partial};
+        if (digest != voice_.digest) throw InstallFailure::digestMismatch();
+        return unpack(partial.file(), unpacked);
+    }();
+    return place(unpacked, written);
+}
+
+std::int64_t VoiceInstaller::installFrom(const fs::path& archive) {
+    const StagingFolder staging = createStaging();
+    const fs::path unpacked = staging.path() / unpackedName;
+    if (Sha1::ofFile(archive) != voice_.digest) throw ArchiveRefused::mismatch(archive, voice_.id());
+    return place(unpacked, unpack(archive, unpacked));
+}
+
+StagingFolder VoiceInstaller::createStaging() const {
     const auto root = VoiceStore::root(true);
     if (!root) throw InstallFailure::noContainer();
-    const StagingFolder staging = StagingFolder::create(*root);
-    const fs::path archive = staging.path() / archiveName;
-    const std::vector<std::byte> digest = download(archive);
-    // The transfer may have finished just as the install was cancelled.
-    if (stop_.stop_requested()) throw TransferFailure::cancelled();
-    if (digest != voice_.digest) throw InstallFailure::digestMismatch();
-    if (unpacking_) unpacking_();
-    const fs::path unpacked = staging.path() / unpackedName;
-    const fs::path voiceHome = voiceFolder(unpacked, unpack(archive, unpacked));
+    return StagingFolder::create(*root);
+}
+
+// The voice found in the unpacked tree becomes the pack, and the dictionaries it lacks are added.
+std::int64_t VoiceInstaller::place(const fs::path& unpacked, const std::vector<std::string>& written) const {
+    const fs::path voiceHome = voiceFolder(unpacked, written);
     const fs::path pack = target();
     fs::create_directories(pack.parent_path());
-    replacePack(voiceHome, pack, staging.path() / "previous");
+    replacePack(voiceHome, pack, unpacked.parent_path() / "previous");
     VoiceStore::addDictionaries(voice_.release, voice_.locale);
     return VoiceStore::size(pack);
 }
 
-// The archive is hashed as it arrives, so the check needs no second read of the file.
-std::vector<std::byte> VoiceInstaller::download(const fs::path& archive) {
-    Sha1 hash;
+// The archive is hashed as it arrives (after the bytes a cut download left), so the check
+// needs no second read of the file.
+std::vector<std::byte> VoiceInstaller::download(PartialDownload& partial) {
     DownloadJob job(voice_.downloadSize, progress_);
-    job.observeBody([&hash](std::span<const std::byte> piece) { hash.update(piece); });
-    job.run(voice_.url, archive, stop_);
-    return hash.finish();
+    return job.run(voice_.url, partial, stop_);
 }
 
 std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<const std::byte> archive) {
@@ -63,18 +91,13 @@ std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<c
 }
 
 std::vector<std::string> VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) const {
-    std::vector<std::string> written;
-    {
-        const MappedFile bytes = MappedFile::open(archive);
-        const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
-        const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
-            fs::space(archive.parent_path()).available, std::numeric_limits<std::int64_t>::max()));
-        if (needed > available) throw NotEnoughSpace(needed, available);
-        written = ZipReader::unpack(bytes.bytes(), unpacked);
-    }
-    std::error_code ignored;
-    fs::remove(archive, ignored);
-    return written;
+    if (unpacking_) unpacking_();
+    const MappedFile bytes = MappedFile::open(archive);
+    const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
+    const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
+        fs::space(unpacked.parent_path()).available, std::numeric_limits<std::int64_t>::max()));
+    if (needed > available) throw NotEnoughSpace(needed, available);
+    return ZipReader::unpack(bytes.bytes(), unpacked);
 }
 
 // The folder of the first "broker.hdr.asset" in the archive's own order (that of the names

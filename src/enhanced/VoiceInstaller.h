@@ -14,12 +14,13 @@
 
 namespace velmora {
 
+class PartialDownload;
 class StagingFolder;
 
-// Turns one catalog voice into an installed pack: download into a private staging folder,
-// check the SHA-1, unpack, find the voice by its header, move it into the container and top up
-// its dictionaries. The staging folder goes on every way out; an installed pack of the same
-// voice is replaced only by a complete new one.
+// Turns one catalog voice into an installed pack: download (resuming a partial download kept in
+// the user's cache), check the SHA-1, unpack into a private staging folder, find the voice by its
+// header, move it into the container and top up its dictionaries. The staging folder goes on
+// every way out; an installed pack of the same voice is replaced only by a complete new one.
 class VoiceInstaller {
 public:
     using Progress = std::function<void(double fraction)>;
@@ -36,15 +37,22 @@ public:
     // EnhancedVoiceCatalog::Failure, TransferFailure, ZipReader::Failure or filesystem_error.
     std::int64_t run();
 
+    // The same for an archive the user already has (it is left where it is): its SHA-1 must be
+    // the catalog's, or ArchiveRefused::mismatch is thrown and nothing is installed. `progress`
+    // is not called.
+    std::int64_t installFrom(const std::filesystem::path& archive);
+
     // The bytes `run` must have room for in the container: the catalog's unpacked size or the
     // archive's recorded total, whichever is larger.
     static std::int64_t neededSpace(std::int64_t installedSize, std::span<const std::byte> archive);
 
 private:
-    std::vector<std::byte> download(const std::filesystem::path& archive);
-    // Returns the names written, in the archive's order.
+    StagingFolder createStaging() const;
+    std::vector<std::byte> download(PartialDownload& partial);
+    // Announces the unpacking, checks the space and returns the names written, in the archive's order.
     std::vector<std::string> unpack(const std::filesystem::path& archive,
                                     const std::filesystem::path& unpacked) const;
+    std::int64_t place(const std::filesystem::path& unpacked, const std::vector<std::string>& written) const;
     static std::filesystem::path voiceFolder(const std::filesystem::path& unpacked,
                                              const std::vector<std::string>& written);
     std::filesystem::path target() const;

@@ -57,8 +57,11 @@ struct ZipReader {
 
     // Writes every file entry below `into`, creating the folders they need, and returns the
     // names written in central-directory order. Every name is checked before anything is written.
-    // Stops at the first failure and leaves what it wrote. `writing` hears each name before its
-    // entry is written, so a caller can tell which entry a failure belongs to.
+    // Entries are inflated on every core, one writer per file; folders and files are created in
+    // archive order first. Fails with the failure of the first failing entry in archive order,
+    // whichever writer met it, and leaves what it wrote (no file past an entry whose header, name
+    // or method fails). `writing` hears each name before its entry is written, and the failing
+    // entry's name last, so a caller can tell which entry a failure belongs to.
     static std::vector<std::string> unpack(std::span<const std::byte> archive,
                                            const std::filesystem::path& into,
                                            const std::function<void(const std::string& name)>& writing = {});

@@ -20,7 +20,9 @@ ProcessResult CliBundle::run(const std::vector<std::string>& arguments) const {
 }
 
 std::map<std::string, std::string> CliBundle::environment() const {
-    return {{"VELMORA_APP_GROUPS_ROOT", containers().string()}, {"VELMORA_ENTITLEMENTS", ""}};
+    return {{"VELMORA_APP_GROUPS_ROOT", containers().string()},
+            {"VELMORA_ENTITLEMENTS", ""},
+            {"XDG_CACHE_HOME", cache().string()}};
 }
 
 void CliBundle::installPack(const std::string& releaseAndLocale, const std::string& voice,

@@ -22,6 +22,7 @@ public:
     std::filesystem::path voices() const { return containers() / group / "Voices"; }
     std::filesystem::path containers() const { return dir_ / "app-groups"; }
     std::filesystem::path folder() const { return dir_ / "Velmora"; }
+    std::filesystem::path cache() const { return dir_ / "cache"; }
     void installPack(const std::string& releaseAndLocale, const std::string& voice,
                      std::size_t dataBytes) const;
 

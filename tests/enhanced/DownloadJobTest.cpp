@@ -109,7 +109,7 @@ TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
 TEST_F(DownloadJobTest, AServerSilentForTheStallLimitEndsTheTransfer) {
     HttpTransfer transfer(server_.url("/silent"), std::chrono::seconds(1));
     try {
-        transfer.run([](std::span<const std::byte>, std::int64_t) {}, {});
+        transfer.run([](std::span<const std::byte>, const HttpTransfer::Head&) {}, {});
         ADD_FAILURE() << "the transfer ended normally";
     } catch (const std::exception& error) {
         EXPECT_STREQ(error.what(), "The server stopped answering for 1 second.");

@@ -18,6 +18,8 @@ void entitleProcess(const std::filesystem::path& folder, std::string_view group)
     writeFile(entitlements, entitlementsNaming(group));
     ::setenv("VELMORA_ENTITLEMENTS", entitlements.c_str(), 1);
     ::setenv("VELMORA_APP_GROUPS_ROOT", (folder / "app-groups").c_str(), 1);
+    // Partial downloads stay in the test's folder, never in the user's cache.
+    ::setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
 }
 
 }  // namespace velmora::test

@@ -1,0 +1,32 @@
+#include "enhanced/LocalArchive.h"
+
+#include <algorithm>
+
+namespace velmora {
+
+ArchiveRefused ArchiveRefused::noCatalog(const std::string& reason) {
+    return ArchiveRefused(
+        "An archive is installed only when Apple's voice catalog can be read, because the archive must match "
+        "the checksum published there. The catalog could not be read" +
+        (reason.empty() ? std::string(".") : ": " + reason));
+}
+
+ArchiveRefused ArchiveRefused::notInCatalog(const std::string& id) {
+    return ArchiveRefused(id + " is not in Apple's voice catalog, so no archive of it can be checked.");
+}
+
+ArchiveRefused ArchiveRefused::mismatch(const std::filesystem::path& archive, const std::string& id) {
+    return ArchiveRefused(archive.filename().string() + " is not the archive Apple published for " + id +
+                          ": its checksum does not match. Nothing was installed.");
+}
+
+EnhancedVoice voiceForArchive(std::span<const EnhancedVoice> catalog, const std::string& id,
+                              const std::string& catalogError) {
+    if (!catalogError.empty() || catalog.empty()) throw ArchiveRefused::noCatalog(catalogError);
+    const auto found =
+        std::ranges::find_if(catalog, [&id](const EnhancedVoice& voice) { return voice.id() == id; });
+    if (found == catalog.end()) throw ArchiveRefused::notInCatalog(id);
+    return *found;
+}
+
+}  // namespace velmora
