@@ -11,6 +11,7 @@
 #include <new>
 #include <string_view>
 
+#include "base/AsciiText.h"
 #include "base/Environment.h"
 #include "enhanced/TransferFailure.h"
 
@@ -36,18 +37,6 @@ CURLcode addCertificateAuthority(CURL*, void* context, void* file) {
     const auto* path = static_cast<const std::string*>(file);
     return SSL_CTX_load_verify_locations(ssl, path->c_str(), nullptr) == 1 ? CURLE_OK
                                                                            : CURLE_SSL_CACERT_BADFILE;
-}
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    return lower;
-}
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    return text;
 }
 
 std::int64_t decimal(std::string_view text) {
@@ -76,8 +65,8 @@ void readHeaderLine(std::string_view line, HttpTransfer::Head& head) {
     }
     const auto colon = line.find(':');
     if (colon == std::string_view::npos) return;
-    const std::string name = lowerCase(trimmed(line.substr(0, colon)));
-    const std::string_view value = trimmed(line.substr(colon + 1));
+    const std::string name = asciiLowerCase(asciiTrimmed(line.substr(0, colon)));
+    const std::string_view value = asciiTrimmed(line.substr(colon + 1));
     if (name == "content-type") head.contentType = value;
     if (name == "etag") head.validator = value;
     if (name == "last-modified" && head.validator.empty()) head.validator = value;

@@ -3,19 +3,15 @@
 #include <algorithm>
 #include <cctype>
 
+#include "base/AsciiText.h"
+
 namespace velmora {
 namespace {
 
 constexpr std::size_t longestTitle = 80;
 
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](unsigned char c) { return std::tolower(c); });
-    return lower;
-}
-
 bool saysHtml(std::string_view contentType, std::string_view lowerStart) {
-    const std::string type = lowerCase(contentType);
+    const std::string type = asciiLowerCase(contentType);
     if (type.starts_with("text/html") || type.starts_with("application/xhtml")) return true;
     const auto first = lowerStart.find_first_not_of(" \t\r\n\xef\xbb\xbf");
     if (first == std::string_view::npos) return false;
@@ -52,7 +48,7 @@ std::optional<std::string> WebPageAnswer::describe(std::string_view contentType,
                                                    std::span<const std::byte> start) {
     const std::string_view page(reinterpret_cast<const char*>(start.data()),
                                 std::min(start.size(), sniffSize));
-    const std::string lowerPage = lowerCase(page);
+    const std::string lowerPage = asciiLowerCase(page);
     if (!saysHtml(contentType, lowerPage)) return std::nullopt;
     std::string what = "a web page";
     if (const std::string title = titleOf(page, lowerPage); !title.empty())
