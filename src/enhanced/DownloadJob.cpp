@@ -121,7 +121,8 @@ void DownloadJob::receive(Target& target, std::span<const std::byte> piece, cons
 
 // One request; returns the status, or 0 when a resumed answer could not extend the bytes held.
 template <class Target>
-long DownloadJob::attempt(const std::string& url, Target& target, bool resuming, std::stop_token stop) {
+long DownloadJob::attempt(const std::string& url, Target& target, bool resuming,
+                          const std::stop_token& stop) {
     began_ = false;
     webPage_.reset();
     HttpTransfer transfer(url);
@@ -138,7 +139,7 @@ long DownloadJob::attempt(const std::string& url, Target& target, bool resuming,
 }
 
 template <class Target>
-void DownloadJob::transfer(const std::string& url, Target& target, std::stop_token stop) {
+void DownloadJob::transfer(const std::string& url, Target& target, const std::stop_token& stop) {
     if (std::exchange(started_, true)) throw std::logic_error("a download job runs once");
     bool resuming = target.length() > 0 && !target.validator().empty();
     long status = attempt(url, target, resuming, stop);
@@ -159,14 +160,14 @@ void DownloadJob::transfer(const std::string& url, Target& target, std::stop_tok
 
 void DownloadJob::run(const std::string& url, const fs::path& destination, std::stop_token stop) {
     PartialFile partial(fs::path(destination) += ".part");
-    transfer(url, partial, std::move(stop));
+    transfer(url, partial, stop);
     partial.place(destination);
     if (progress_) progress_(1.0);
 }
 
 std::vector<std::byte> DownloadJob::run(const std::string& url, PartialDownload& partial,
                                         std::stop_token stop) {
-    transfer(url, partial, std::move(stop));
+    transfer(url, partial, stop);
     if (progress_) progress_(1.0);
     return hash_->finish();
 }

@@ -45,9 +45,9 @@ private:
     struct ResumeRefused {};
 
     template <class Target>
-    void transfer(const std::string& url, Target& target, std::stop_token stop);
+    void transfer(const std::string& url, Target& target, const std::stop_token& stop);
     template <class Target>
-    long attempt(const std::string& url, Target& target, bool resuming, std::stop_token stop);
+    long attempt(const std::string& url, Target& target, bool resuming, const std::stop_token& stop);
     template <class Target>
     void begin(Target& target, const HttpTransfer::Head& head, bool resuming);
     template <class Target>
