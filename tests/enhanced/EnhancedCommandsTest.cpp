@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "Fixtures.h"
@@ -10,6 +11,39 @@
 namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
+
+// A forward proxy on loopback: answers each absolute-form request ("GET http://host:port/path")
+// with what the origin answers, and keeps the paths it was asked for.
+class LoopbackProxy {
+public:
+    std::string url() const { return server_.url("/"); }
+    std::vector<std::string> paths() const {
+        std::lock_guard lock(mutex_);
+        return paths_;
+    }
+
+private:
+    void forward(const httplib::Request& request, httplib::Response& response) {
+        const auto host = request.target.find('/', request.target.find("://") + 3);
+        {
+            std::lock_guard lock(mutex_);
+            paths_.push_back(request.target.substr(host));
+        }
+        httplib::Client origin(request.target.substr(0, host));
+        if (const auto answer = origin.Get(request.target.substr(host))) {
+            response.status = answer->status;
+            response.set_content(answer->body, answer->get_header_value("Content-Type"));
+        } else {
+            response.status = 502;
+        }
+    }
+
+    mutable std::mutex mutex_;
+    std::vector<std::string> paths_;
+    LoopbackServer server_{[this](httplib::Server& s) {
+        s.Get(".*", [this](const httplib::Request& q, httplib::Response& r) { forward(q, r); });
+    }};
+};
 
 class EnhancedCommandsTest : public ::testing::Test {
 protected:
@@ -109,6 +143,34 @@ TEST_F(EnhancedCommandsTest, CtrlCWhileUnpackingSaysAtOnceThatTheInstallFinishes
     EXPECT_EQ(readFile(bundle_.voices() / "ios6/en-GB/broker.hdr"), "Kate");
     EXPECT_FALSE(fs::exists(bundle_.voices() / "ios6/fr-FR"));
     EXPECT_TRUE(fs::is_empty(bundle_.voices() / ".staging"));
+}
+
+// The standard proxy variables are honoured: requests go through http_proxy unless no_proxy names
+// the host, and a proxy that cannot be reached fails the command with a clear error.
+TEST_F(EnhancedCommandsTest, DownloadsGoThroughTheProxyTheEnvironmentNames) {
+    const LoopbackProxy proxy;
+    const std::string closedProxy = [] { return LoopbackServer([](httplib::Server&) {}).url("/"); }();
+    const std::vector<std::string> both{"/catalog.xml", "/fr-FR.zip"};
+    const struct {
+        const char* name;
+        std::string httpProxy, noProxy;
+        std::vector<std::string> proxied;  // what the proxy has seen afterwards
+        std::string err;
+    } cases[] = {
+        {"through the proxy", proxy.url(), "", both, ""},
+        {"host in no_proxy", proxy.url(), "example.org,127.0.0.1", both, ""},
+        {"proxy closed", closedProxy, "", both, "velmora-cli: Could not connect to the server.\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto environment = bundle_.environment();
+        environment.insert({{"http_proxy", c.httpProxy}, {"no_proxy", c.noProxy}, {"NO_PROXY", ""}});
+        const auto result =
+            runProcess(bundle_.folder() / "velmora-cli", {"install", "ios6/fr-FR"}, environment);
+        EXPECT_EQ(result.exitStatus, c.err.empty() ? 0 : 1);
+        EXPECT_EQ(result.err, c.err);
+        EXPECT_EQ(proxy.paths(), c.proxied);
+    }
 }
 
 }  // namespace
