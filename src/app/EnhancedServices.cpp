@@ -1,7 +1,8 @@
 #include "app/EnhancedServices.h"
 
 #include "enhanced/DisplayOrder.h"
-#include "enhanced/EnhancedVoiceCatalog.h"
+#include "enhanced/LocalArchive.h"
+#include "enhanced/PartialDownload.h"
 #include "enhanced/VoiceInstaller.h"
 #include "store/VoiceStore.h"
 
@@ -9,10 +10,18 @@ namespace velmora {
 
 EnhancedServices EnhancedServices::real() {
     EnhancedServices services;
-    services.fetchCatalog = [](std::stop_token stop) { return EnhancedVoiceCatalog::fetch(std::move(stop)); };
+    services.fetchCatalog = &fetchCatalogSweepingPartials;
     services.install = [](const EnhancedVoice& voice, const Progress& progress, const Unpacking& unpacking,
                           std::stop_token stop) {
         return VoiceInstaller(voice, progress, unpacking, std::move(stop)).run();
+    };
+    services.matchArchive = [](const std::vector<EnhancedVoice>& catalog,
+                               const std::filesystem::path& archive, const std::string& catalogError) {
+        return voiceOfArchive(catalog, archive, catalogError);
+    };
+    services.installArchive = [](const EnhancedVoice& voice, const std::filesystem::path& archive,
+                                 const Unpacking& unpacking, std::stop_token stop) {
+        return VoiceInstaller(voice, {}, unpacking, std::move(stop)).installFrom(archive);
     };
     services.installedPacks = &VoiceStore::installed;
     services.removePack = [](const EnhancedVoice& voice) { VoiceStore::remove(voice.release, voice.locale); };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <stop_token>
@@ -26,6 +27,16 @@ struct EnhancedServices {
     // checking has begun the install runs to its end.
     std::function<std::int64_t(const EnhancedVoice&, const Progress&, const Unpacking&, std::stop_token)>
         install;
+    // Worker thread: an archive the user already has. `matchArchive` finds the catalog's voice
+    // whose SHA-1 the file has (given the catalog and what its load failed with), and throws with
+    // the user's text when none does; `installArchive` verifies and installs it as `install`
+    // does, without progress.
+    std::function<EnhancedVoice(const std::vector<EnhancedVoice>&, const std::filesystem::path&,
+                                const std::string& catalogError)>
+        matchArchive;
+    std::function<std::int64_t(const EnhancedVoice&, const std::filesystem::path&, const Unpacking&,
+                               std::stop_token)>
+        installArchive;
     // The packs in the container, measured.
     std::function<std::vector<InstalledVoice>()> installedPacks;
     // Removals; both throw with the user's text.

@@ -108,4 +108,37 @@ void EnhancedVoiceManager::installAll(const VoiceRelease& release) {
     }
 }
 
+void EnhancedVoiceManager::installFromFile(const QUrl& archive) {
+    workers_.start([match = services_.matchArchive, catalog = voices_,
+                    catalogError = catalogError_.toStdString(),
+                    path = std::filesystem::path(archive.toLocalFile().toStdString()), guard = guard_,
+                    workers = &workers_](std::stop_token) {
+        std::optional<EnhancedVoice> voice;
+        std::string failure;
+        try {
+            voice = match(catalog, path, catalogError);
+        } catch (...) {
+            failure = errorText(std::current_exception());
+        }
+        workers->toWindowThread([guard, voice, failure, path] {
+            if (*guard) (*guard)->applyArchiveMatch(voice, failure, path);
+        });
+    });
+}
+
+void EnhancedVoiceManager::applyArchiveMatch(const std::optional<EnhancedVoice>& voice,
+                                             const std::string& failure,
+                                             const std::filesystem::path& archive) {
+    if (!voice) {
+        setActionError(qtText(failure));
+        announce(failure);
+        return;
+    }
+    setActionError({});
+    enqueue(*voice,
+            [installArchive = services_.installArchive, voice = *voice, archive](
+                const EnhancedServices::Progress&, const EnhancedServices::Unpacking& unpacking,
+                std::stop_token stop) { return installArchive(voice, archive, unpacking, std::move(stop)); });
+}
+
 }  // namespace velmora

@@ -120,10 +120,10 @@ void EnhancedVoiceManager::setCatalogError(const QString& text) {
     emit catalogErrorChanged();
 }
 
-void EnhancedVoiceManager::setRemovalError(const QString& text) {
-    if (removalError_ == text) return;
-    removalError_ = text;
-    emit removalErrorChanged();
+void EnhancedVoiceManager::setActionError(const QString& text) {
+    if (actionError_ == text) return;
+    actionError_ = text;
+    emit actionErrorChanged();
 }
 
 void EnhancedVoiceManager::setContainerProblem(const std::optional<std::string>& problem) {

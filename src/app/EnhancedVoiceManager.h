@@ -4,7 +4,9 @@
 
 #include <QObject>
 #include <QString>
+#include <QUrl>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -36,7 +38,7 @@ class EnhancedVoiceManager : public QObject {
     QML_UNCREATABLE("owned by AppServices")
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
     Q_PROPERTY(QString catalogError READ catalogError NOTIFY catalogErrorChanged)
-    Q_PROPERTY(QString removalError READ removalError NOTIFY removalErrorChanged)
+    Q_PROPERTY(QString actionError READ actionError NOTIFY actionErrorChanged)
     Q_PROPERTY(qint64 installedCount READ installedCount NOTIFY installedChanged)
     Q_PROPERTY(QString installedSizeText READ installedSizeText NOTIFY installedChanged)
     Q_PROPERTY(QString deleteAllAccessibleName READ deleteAllAccessibleName NOTIFY installedChanged)
@@ -67,7 +69,7 @@ public:
 
     bool isLoading() const { return loadsRunning_ > 0; }
     QString catalogError() const { return catalogError_; }
-    QString removalError() const { return removalError_; }
+    QString actionError() const { return actionError_; }
     qint64 installedCount() const { return table_.installedCount(); }
     qint64 installedTotal() const { return table_.installedTotal(); }
     QString installedSizeText() const;
@@ -100,6 +102,9 @@ public:
     Q_INVOKABLE void cancel(const QString& voiceId);
     Q_INVOKABLE void remove(const QString& voiceId);
     Q_INVOKABLE void installAll(const QString& releaseName);
+    // Installs an archive the user already has (a local file, as a file dialog gives it) as the
+    // catalog voice whose checksum it has; refuses, in actionError and aloud, when none has.
+    Q_INVOKABLE void installFromFile(const QUrl& archive);
     // Stops every install that can stop, waits for the others, then deletes every pack; refuses
     // while a voice unpacks.
     Q_INVOKABLE void removeAll();
@@ -112,7 +117,7 @@ public:
 signals:
     void isLoadingChanged();
     void catalogErrorChanged();
-    void removalErrorChanged();
+    void actionErrorChanged();
     void installedChanged();
     void containerProblemChanged();
     void showsLoadingRowChanged();
@@ -135,6 +140,8 @@ private:
     // What the install task `task` reports: a progress or unpacking report, or its outcome.
     void applyReport(const std::string& voiceId, VoiceStateTable::TaskId task, const VoiceState& report);
     void applyOutcome(const std::string& voiceId, VoiceStateTable::TaskId task, const VoiceState& outcome);
+    void applyArchiveMatch(const std::optional<EnhancedVoice>& voice, const std::string& failure,
+                           const std::filesystem::path& archive);
     void applyRemoval(const std::string& voiceId, const std::optional<std::string>& failure);
     void deleteAllOnceIdle();
     void applyDeleteAll(const std::optional<std::string>& failure, const std::vector<InstalledVoice>& packs);
@@ -144,7 +151,7 @@ private:
     void loadStarted();
     void loadEnded(bool showedRow);
     void setCatalogError(const QString& text);
-    void setRemovalError(const QString& text);
+    void setActionError(const QString& text);
     void setPendingRemoval(const QString& voiceId);
     void setContainerProblem(const std::optional<std::string>& problem);
     void announce(const std::string& text, bool progress = false);
@@ -166,7 +173,7 @@ private:
     enum class DeleteAll { no, waiting, running } deleteAll_ = DeleteAll::no;
     EnhancedVoiceListModel rows_;
     QString catalogError_;
-    QString removalError_;
+    QString actionError_;
     QString containerProblem_;
     QString pendingRemoval_;
     QString lastAnnouncement_;

@@ -72,12 +72,12 @@ void EnhancedVoiceManager::removeAll() {
     if (deleteAll_ != DeleteAll::no) return;
     const std::vector<std::string> voiceIds = table_.voiceIds();
     if (!table_.cancelAllAndHold()) {
-        setRemovalError(qtText(Announcements::deleteAllRefused()));
+        setActionError(qtText(Announcements::deleteAllRefused()));
         announce(Announcements::deleteAllRefused());
         return;
     }
     deleteAll_ = DeleteAll::waiting;
-    setRemovalError({});
+    setActionError({});
     statesChanged(voiceIds);
     if (!table_.idle()) announce(Announcements::deleteAllWaits());
     deleteAllOnceIdle();
@@ -108,7 +108,7 @@ void EnhancedVoiceManager::applyDeleteAll(const std::optional<std::string>& fail
     applyInstalled(packs);
     deleteAll_ = DeleteAll::no;
     table_.release();
-    setRemovalError(failure ? qtText(Announcements::deleteAllFailed(*failure)) : QString());
+    setActionError(failure ? qtText(Announcements::deleteAllFailed(*failure)) : QString());
     announce(failure ? Announcements::deleteAllFailed(*failure) : Announcements::deleteAllDone());
     startWaiting();
 }

@@ -36,6 +36,9 @@ class Texts : public QObject {
     Q_PROPERTY(QString tryAgainButton READ tryAgainButton CONSTANT)
     Q_PROPERTY(QString loading READ loading CONSTANT)
     Q_PROPERTY(QString downloadAllButton READ downloadAllButton CONSTANT)
+    Q_PROPERTY(QString installFromFileButton READ installFromFileButton CONSTANT)
+    Q_PROPERTY(QString installFromFileDialogTitle READ installFromFileDialogTitle CONSTANT)
+    Q_PROPERTY(QString archiveFilter READ archiveFilter CONSTANT)
     Q_PROPERTY(QString getButton READ getButton CONSTANT)
     Q_PROPERTY(QString retryButton READ retryButton CONSTANT)
     Q_PROPERTY(QString removeButton READ removeButton CONSTANT)
@@ -65,6 +68,9 @@ public:
     static QString tryAgainButton() { return text(EnhancedTexts::tryAgainButton); }
     static QString loading() { return text(EnhancedTexts::loading); }
     static QString downloadAllButton() { return text(EnhancedTexts::downloadAllButton); }
+    static QString installFromFileButton() { return text(EnhancedTexts::installFromFileButton); }
+    static QString installFromFileDialogTitle() { return text(EnhancedTexts::installFromFileDialogTitle); }
+    static QString archiveFilter() { return text(EnhancedTexts::archiveFilter); }
     static QString getButton() { return text(EnhancedTexts::getButton); }
     static QString retryButton() { return text(EnhancedTexts::retryButton); }
     static QString removeButton() { return text(EnhancedTexts::removeButton); }

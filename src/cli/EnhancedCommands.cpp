@@ -161,15 +161,9 @@ nlohmann::json voiceJson(const EnhancedVoice& voice) {
 }
 
 // The catalog, after which partial downloads of voices it no longer lists (or a week old) go.
-std::vector<EnhancedVoice> loadCatalog(std::stop_token stop) {
-    auto voices = EnhancedVoiceCatalog::fetch(std::move(stop));
-    PartialDownload::sweep(voices);
-    return voices;
-}
-
 void printCatalog(bool asJson) {
     const InterruptWatch interrupt;
-    const auto voices = loadCatalog(interrupt.token());
+    const auto voices = fetchCatalogSweepingPartials(interrupt.token());
     if (asJson) {
         printJsonArray(voices, voiceJson);
         return;
@@ -184,7 +178,7 @@ void printCatalog(bool asJson) {
 // The catalog's voice for each requested id, checked before anything is downloaded.
 std::vector<EnhancedVoice> requestedVoices(const std::vector<std::string>& ids, std::stop_token stop) {
     for (const auto& id : ids) requireVoiceId(id, VoiceRelease::downloadable());
-    const auto catalog = loadCatalog(stop);
+    const auto catalog = fetchCatalogSweepingPartials(stop);
     std::vector<EnhancedVoice> voices;
     for (const auto& id : ids) {
         auto found =
@@ -232,7 +226,7 @@ void installArchive(const std::string& archive, const std::vector<std::string>& 
     std::vector<EnhancedVoice> catalog;
     std::string catalogError;
     try {
-        catalog = loadCatalog(interrupt.token());
+        catalog = fetchCatalogSweepingPartials(interrupt.token());
     } catch (const std::exception& error) {
         catalogError = error.what();
     }

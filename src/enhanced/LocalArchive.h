@@ -17,6 +17,7 @@ public:
     static ArchiveRefused noCatalog(const std::string& reason);
     static ArchiveRefused notInCatalog(const std::string& id);
     static ArchiveRefused mismatch(const std::filesystem::path& archive, const std::string& id);
+    static ArchiveRefused matchesNone(const std::filesystem::path& archive);
 
 private:
     explicit ArchiveRefused(const std::string& text) : std::runtime_error(text) {}
@@ -27,5 +28,11 @@ private:
 // ArchiveRefused (noCatalog when `catalogError` is given or `catalog` is empty, notInCatalog).
 EnhancedVoice voiceForArchive(std::span<const EnhancedVoice> catalog, const std::string& id,
                               const std::string& catalogError = {});
+
+// The catalog voice whose published SHA-1 the archive at `archive` has, for an archive the user
+// chose without naming its voice. Reads the whole file. Throws ArchiveRefused (noCatalog as
+// voiceForArchive, matchesNone) or filesystem_error when the file cannot be read.
+EnhancedVoice voiceOfArchive(std::span<const EnhancedVoice> catalog, const std::filesystem::path& archive,
+                             const std::string& catalogError = {});
 
 }  // namespace velmora

@@ -16,6 +16,7 @@
 #include "base/Environment.h"
 #include "base/FileError.h"
 #include "base/ReadFile.h"
+#include "enhanced/EnhancedVoiceCatalog.h"
 
 namespace velmora {
 namespace fs = std::filesystem;
@@ -136,6 +137,12 @@ void PartialDownload::sweep(std::span<const EnhancedVoice> catalog) {
         if (held.get() >= 0 && !tryLock(held.get())) continue;
         fs::remove(path, ignored);
     }
+}
+
+std::vector<EnhancedVoice> fetchCatalogSweepingPartials(std::stop_token stop) {
+    auto voices = EnhancedVoiceCatalog::fetch(std::move(stop));
+    PartialDownload::sweep(voices);
+    return voices;
 }
 
 }  // namespace velmora

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <stop_token>
 #include <string>
+#include <vector>
 
 #include "base/UniqueFd.h"
 #include "enhanced/EnhancedVoice.h"
@@ -62,5 +64,9 @@ private:
     std::int64_t recorded_ = 0;
     bool discarded_ = false;
 };
+
+// The catalog as installs use it: fetched, then the partials it no longer needs swept away.
+// Throws as EnhancedVoiceCatalog::fetch does.
+std::vector<EnhancedVoice> fetchCatalogSweepingPartials(std::stop_token stop);
 
 }  // namespace velmora

@@ -22,6 +22,9 @@ struct EnhancedTexts {
     static constexpr std::string_view tryAgainButton = "Try again";
     static constexpr std::string_view loading = "Reading Apple's voice catalog\u2026";
     static constexpr std::string_view downloadAllButton = "Download all";
+    static constexpr std::string_view installFromFileButton = "Install from file\u2026";
+    static constexpr std::string_view installFromFileDialogTitle = "Choose a voice archive";
+    static constexpr std::string_view archiveFilter = "Voice archives (*.zip)";
     static constexpr std::string_view getButton = "Get";
     static constexpr std::string_view stopButton = "Stop";
     static constexpr std::string_view retryButton = "Retry";

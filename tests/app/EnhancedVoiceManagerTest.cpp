@@ -173,8 +173,7 @@ private slots:
         loaded();
         world_->removeAllError = "Permission denied";
         manager().removeAll();
-        QTRY_COMPARE(manager().removalError(),
-                     QString("Not every voice could be deleted: Permission denied"));
+        QTRY_COMPARE(manager().actionError(), QString("Not every voice could be deleted: Permission denied"));
         QCOMPARE(manager().catalogError(), QString());
         QCOMPARE(stateOf("ios6/en-GB"), State{State::Installed{7}});
 
@@ -185,7 +184,7 @@ private slots:
         QCOMPARE(stateOf("ios6/en-GB"), State{});
         QCOMPARE(stateOf("ios6/en-US"), State{});
         QCOMPARE(manager().installedCount(), qint64(0));
-        QCOMPARE(manager().removalError(), QString());
+        QCOMPARE(manager().actionError(), QString());
     }
 
     // A cancelled task that is still finishing leaves the voice's new install alone.

@@ -8,15 +8,16 @@ namespace velmora::test {
 
 namespace {
 
-const std::string& goodArchive() {
-    static const std::string archive =
-        makeZip({"voice/broker.hdr.asset", brokerHeader("Samantha"), "voice/voice.dat", "data"});
-    return archive;
-}
 constexpr std::size_t heldLength = 1000;
 constexpr std::size_t heldSent = 420;
 
 }  // namespace
+
+const std::string& CatalogServer::goodArchive() {
+    static const std::string archive =
+        makeZip({"voice/broker.hdr.asset", brokerHeader("Samantha"), "voice/voice.dat", "data"});
+    return archive;
+}
 
 CatalogServer& CatalogServer::shared() {
     static CatalogServer server;

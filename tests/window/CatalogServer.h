@@ -17,6 +17,8 @@ namespace velmora::test {
 class CatalogServer {
 public:
     static CatalogServer& shared();
+    // The archive of ios5/en-US and ios6/de-DE.
+    static const std::string& goodArchive();
 
     Gate catalog;                      // the catalog answers once this is open
     Gate download;                     // the held archive's rest

@@ -12,6 +12,7 @@
 #include "speech/AudioOutput.h"
 #include "store/ContainerStatus.h"
 #include "store/VoiceStore.h"
+#include "support/Files.h"
 
 namespace velmora::test {
 namespace {
@@ -215,6 +216,36 @@ TEST_F(EnhancedScreenTest, ReopensOnRunningInstallsAndDeletesAllOnlyOnceUnpacked
     EXPECT_FALSE(screen.shows(refused));
     EXPECT_TRUE(screen.focusedName().startsWith(QStringLiteral("Download ")))
         << screen.focusedName().toStdString();
+}
+
+// An archive the user already has installs as the catalog voice whose checksum it has, and stays
+// where it was; one that matches no voice is refused, on the screen and aloud.
+TEST_F(EnhancedScreenTest, InstallsAnArchiveFromAFileByItsChecksum) {
+    VoiceStore::removeAll();
+    auto harness = openScreen(appServices_);
+    auto& screen = *harness;
+    ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + samantha, true); }));
+    EXPECT_TRUE(screen.accessibleItem(Texts::installFromFileButton()));
+    const TempDir files;
+    writeFile(files / "other.zip", "not an archive of the catalog");
+    writeFile(files / "voice.zip", CatalogServer::goodArchive());
+    const auto fileUrl = [&](const char* name) {
+        return QUrl::fromLocalFile(QString::fromStdString(files / name));
+    };
+    EnhancedVoiceManager& manager = *appServices_.enhanced();
+
+    manager.installFromFile(fileUrl("other.zip"));
+    const QString refused = QStringLiteral(
+        "other.zip is not an archive Apple published for a voice of the catalog: its checksum matches none. "
+        "Nothing was installed.");
+    ASSERT_TRUE(screen.waitFor([&] { return screen.shows(refused); }));
+    EXPECT_EQ(manager.lastAnnouncement(), refused);
+
+    manager.installFromFile(fileUrl("voice.zip"));
+    EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + samantha, true); }));
+    EXPECT_FALSE(screen.shows(refused));
+    EXPECT_EQ(readFile(files / "voice.zip"), CatalogServer::goodArchive());
+    screen.screenshot(QStringLiteral("enhanced-from-file"));
 }
 
 TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogError) {

@@ -62,8 +62,8 @@ ColumnLayout {
         }
         WarningLabel {
             Layout.fillWidth: true
-            visible: intro.manager.removalError !== ""
-            text: intro.manager.removalError
+            visible: intro.manager.actionError !== ""
+            text: intro.manager.actionError
         }
         WarningLabel {
             Layout.fillWidth: true

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Dialogs
 import Velmora
 
 // The enhanced voices screen: the introduction, then one section per release with a row per
@@ -36,6 +37,11 @@ Page {
         onBackRequested: page.backRequested()
 
         ToolbarButton {
+            text: Texts.installFromFileButton
+            icon.name: Symbols.openFile
+            onClicked: archiveDialog.open()
+        }
+        ToolbarButton {
             text: Texts.refreshButton
             icon.name: Symbols.refresh
             onClicked: page.refresh()
@@ -52,6 +58,7 @@ Page {
     Shortcut {
         sequences: [StandardKey.Back, "Escape"]
         enabled: page.StackView.status === StackView.Active && !removeDialog.visible && !deleteAllDialog.visible
+                 && !archiveDialog.visible
         onActivated: page.backRequested()
     }
     Connections {
@@ -101,5 +108,13 @@ Page {
         confirmText: Texts.deleteAllButton
         onConfirmed: page.manager.removeAll()
         onClosed: page.focusList()
+    }
+    // An archive the user already has; the manager finds its voice by its checksum.
+    FileDialog {
+        id: archiveDialog
+        title: Texts.installFromFileDialogTitle
+        nameFilters: [Texts.archiveFilter]
+        onAccepted: page.manager.installFromFile(selectedFile)
+        onRejected: page.focusList()
     }
 }

@@ -12,6 +12,7 @@ QtObject {
     readonly property string download: "emblem-downloads"
     // A circular arrow: reload.
     readonly property string refresh: "view-refresh"
+    readonly property string openFile: "document-open"
     // A speaker sending sound waves: this voice is speaking.
     readonly property string speaking: "audio-volume-high"
     // A warning triangle: the shared folder's problem and the catalog's error.
