@@ -9,6 +9,7 @@
 #include "Fixtures.h"
 #include "app/EnhancedVoiceManager.h"
 #include "app/WorkerThreads.h"
+#include "enhanced/ServedVoice.h"
 #include "support/Files.h"
 
 namespace velmora::test {
@@ -31,13 +32,7 @@ private slots:
                     });
             });
         });
-        const EnhancedVoice voice{*VoiceRelease::named("ios6"),
-                                  "en-US",
-                                  std::ssize(archive),
-                                  0,
-                                  server.url("/voice.zip"),
-                                  sha1Of(archive),
-                                  "1.0"};
+        const EnhancedVoice voice = servedVoice(server.url("/voice.zip"), archive);
         EnhancedServices services = EnhancedServices::real();
         services.fetchCatalog = [voice](std::stop_token) { return std::vector{voice}; };
 

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "Fixtures.h"
+#include "ServedVoice.h"
 #include "enhanced/PartialDownload.h"
 #include "enhanced/VoiceInstaller.h"
 #include "enhanced/WebPageAnswer.h"
@@ -85,13 +86,7 @@ TEST(ResumeTest, ASecondInstallFetchesTheRestOrStartsOverAndIsVerified) {
             s.Get("/voice.zip",
                   [&](const auto& request, auto& response) { served.answer(request, response); });
         });
-        const EnhancedVoice voice{*VoiceRelease::named("ios6"),
-                                  "en-US",
-                                  std::ssize(archive),
-                                  0,
-                                  server.url("/voice.zip"),
-                                  sha1Of(archive),
-                                  "1.0"};
+        const EnhancedVoice voice = servedVoice(server.url("/voice.zip"), archive);
         EXPECT_EQ(install(voice), "The network connection was lost.");
         EXPECT_EQ(fs::file_size(PartialDownload::folder() / "ios6_en-US.part"), archive.size() / 2);
         served.sent = 0;
@@ -125,8 +120,7 @@ TEST(ResumeTest, AWebPageInsteadOfTheArchiveIsNamed) {
     LoopbackServer server([&](httplib::Server& s) {
         s.Get("/voice.zip", [&](const auto&, auto& response) { response.set_content(page, "text/html"); });
     });
-    const EnhancedVoice voice{*VoiceRelease::named("ios6"), "en-US",      1000, 0,
-                              server.url("/voice.zip"),     sha1Of(page), "1.0"};
+    const EnhancedVoice voice = servedVoice(server.url("/voice.zip"), page);
     EXPECT_EQ(
         install(voice),
         "The download was answered by a web page titled \"Hotel Guest WiFi\" (Content-Type: text/html), not "
