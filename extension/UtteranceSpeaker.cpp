@@ -52,11 +52,17 @@ bool speakInto(int fd, const SynthesizeCall& call) {
         StreamListener listener(stream, call.text, call.ssml);
         if (!stream.header()) return false;
         bool afterPhrase = false;
-        for (const SsmlPhrase& phrase : phrases.phrases) {
+        for (std::size_t i = 0; i < phrases.phrases.size(); ++i) {
+            const SsmlPhrase& phrase = phrases.phrases[i];
             const MarkedPhrase spoken = takeMarks(ssmlForEspeak(phrase.ssml));
             listener.startPhrase(spoken, phrase.continuesSentence);
+            // This process ends with the utterance, so the last phrase leaves no engine state
+            // behind and is spoken here, sparing a fork before the first sample of a one-phrase
+            // utterance (the usual screen-reader message).
+            const bool last = i + 1 == phrases.phrases.size();
+            const auto speak = last ? EspeakEngine::synthesize : EspeakEngine::synthesizeAlone;
             if (!listener.silence(breakSamples(phrase.breakBefore, afterPhrase)) ||
-                !EspeakEngine::synthesizeAlone(spoken.ssml.text(), language, voice, listener))
+                !speak(spoken.ssml.text(), language, voice, listener))
                 return false;
             afterPhrase = true;
         }

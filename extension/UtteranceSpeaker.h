@@ -19,7 +19,8 @@ struct SynthesizeCall {
 // Speaks `call` into the pipe `fd` as the framed stream ("audio/x-spiel", S16LE mono at the
 // engine's rate) with word, sentence and mark events whose ranges count characters of the
 // call's text, reading the voice's data afresh. Returns true when the whole utterance was
-// written; false when the data, the engine or the client stopped it. Never throws.
+// written; false when the data, the engine or the client stopped it. Never throws. Leaves the
+// process's engine used: the process is meant to end after it.
 bool speakInto(int fd, const SynthesizeCall& call);
 
 }  // namespace velmora::provider
