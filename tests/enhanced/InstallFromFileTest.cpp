@@ -33,13 +33,11 @@ TEST(InstallFromFileTest, OnlyTheArchiveTheCatalogNamesIsInstalled) {
         {"/catalog.xml", "cut.zip",
          "ios6/fr-FR: cut.zip is not the archive Apple published for ios6/fr-FR" + notPublished},
         {"/portal.xml", "match.zip",
-         "An archive is installed only when Apple's voice catalog can be read, because the archive must "
-         "match the "
-         "checksum published there. The catalog could not be read: Apple's voice catalog was answered by a "
-         "web "
-         "page titled \"Sign in to Station WiFi\" (Content-Type: text/html), not the catalog. A captive "
-         "portal, a "
-         "proxy or a login page may be in the way: sign in to the network in a web browser, then try again."},
+         "An archive is installed only when Apple's voice catalog can be read, because the archive "
+         "must match the checksum published there. The catalog could not be read: Apple's voice "
+         "catalog was answered by a web page titled \"Sign in to Station WiFi\" (Content-Type: "
+         "text/html), not the catalog. A captive portal, a proxy or a login page may be in the way: "
+         "sign in to the network in a web browser, then try again."},
         {"/catalog.xml", "match.zip", ""},
     };
     CliBundle bundle;
