@@ -124,8 +124,15 @@ def main():
     for name in [name for name, _ in TEXTS] + ["stop"]:
         ours, theirs = table[("velmora", name)], table[("espeak-ng", name)]
         label = ("SPEAK to first sample, " + name) if name != "stop" else "STOP to silence"
-        print(f"{label:40}{ours:11.1f} ms{theirs:11.1f} ms{ours / theirs:7.2f}x")
+        ratio = f"{ours / theirs:7.2f}x" if ours == ours and theirs == theirs else ""
+        print(f"{label:40}{shown(ours):>14}{shown(theirs):>14}{ratio}")
     print("targets: first sample at most 1.2x sd_espeak-ng's; STOP to silence within 20 ms")
+
+
+def shown(ms):
+    """A median, or why there is none: every message had ended before the STOP came (libao's null
+    driver plays a whole message at once)."""
+    return f"{ms:.1f} ms" if ms == ms else "ended first"
 
 
 def speechd_version():
