@@ -1,6 +1,4 @@
 // catalog, install: the vendor's enhanced voices from the command line.
-#include <pthread.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,10 +10,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stop_token>
-#include <thread>
 
 #include "cli/CommandError.h"
 #include "cli/Commands.h"
+#include "cli/InterruptWatch.h"
 #include "cli/JsonOutput.h"
 #include "cli/VoiceIdArgument.h"
 #include "enhanced/DisplayOrder.h"
@@ -30,42 +28,6 @@
 
 namespace velmora::cli {
 namespace {
-
-// Turns Ctrl-C (SIGINT) and SIGTERM into a stop request while it lives, so that a transfer
-// ends cleanly and the install removes its staging folder.
-class InterruptWatch {
-public:
-    InterruptWatch() {
-        sigemptyset(&signals_);
-        sigaddset(&signals_, SIGINT);
-        sigaddset(&signals_, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &signals_, &previous_);
-        watcher_ = std::jthread([this](std::stop_token finished) {
-            const timespec interval{0, 100'000'000};
-            while (!finished.stop_requested()) {
-                if (sigtimedwait(&signals_, nullptr, &interval) > 0) {
-                    interrupted_.request_stop();
-                    return;
-                }
-            }
-        });
-    }
-    ~InterruptWatch() {
-        watcher_.request_stop();
-        watcher_.join();
-        pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-    }
-    InterruptWatch(const InterruptWatch&) = delete;
-    InterruptWatch& operator=(const InterruptWatch&) = delete;
-
-    std::stop_token token() const { return interrupted_.get_token(); }
-
-private:
-    sigset_t signals_{};
-    sigset_t previous_{};
-    std::stop_source interrupted_;
-    std::jthread watcher_;
-};
 
 // One voice's install as the user follows it: on a terminal a line redrawn in place with bytes
 // done, rate and time left (a bar when the size is unknown), plain lines (every tenth) otherwise.
