@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "enhanced/BackgroundSha1.h"
 #include "enhanced/HttpTransfer.h"
-#include "enhanced/Sha1.h"
 
 namespace velmora {
 
@@ -61,7 +61,7 @@ private:
 
     std::int64_t expected_;
     Progress progress_;
-    std::optional<Sha1> hash_;
+    std::optional<BackgroundSha1> hash_;  // hashes on its own thread while the bytes arrive
     std::int64_t written_ = 0;
     std::int64_t total_ = -1;
     bool began_ = false;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Fixtures.h"
+#include "enhanced/BackgroundSha1.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/HttpTransfer.h"
@@ -114,6 +115,23 @@ TEST_F(DownloadJobTest, AServerSilentForTheStallLimitEndsTheTransfer) {
     } catch (const std::exception& error) {
         EXPECT_STREQ(error.what(), "The server stopped answering for 1 second.");
     }
+}
+
+// The hashing thread gives the digest of the bytes in their order, pieces crossing its blocks and
+// a file fed between them (a resumed download) included; one dropped unfinished just stops.
+TEST(BackgroundSha1Test, DigestsTheBytesInOrderAcrossBlocks) {
+    const std::string bytes = body + body + std::string(3 * BackgroundSha1::blockSize + 7, 'z');
+    const TempDir folder;
+    writeFile(folder / "held", body);
+    BackgroundSha1 hash;
+    hash.update(std::as_bytes(std::span(body)).first(1000));
+    hash.updateFromFile(folder / "held");
+    const auto rest = std::as_bytes(std::span(bytes)).subspan(1000);
+    for (std::size_t at = 0; at < rest.size(); at += 65'537)
+        hash.update(rest.subspan(at, std::min<std::size_t>(65'537, rest.size() - at)));
+    EXPECT_EQ(hash.finish(), sha1Of(bytes.substr(0, 1000) + body + bytes.substr(1000)));
+    BackgroundSha1 dropped;
+    dropped.update(std::as_bytes(std::span(bytes)));
 }
 
 }  // namespace
