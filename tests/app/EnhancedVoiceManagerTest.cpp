@@ -208,33 +208,6 @@ private slots:
         QCOMPARE(stateOf("ios6/en-US"), State{});
     }
 
-    void rowsFollowReleaseOrderAndActionsFollowStates() {
-        world_->addPack("ios6", "fr-FR", 2'000'000);
-        loaded();
-        const auto* rows = manager().rows();
-        const auto text = [rows](int row, int role) { return rows->index(row).data(role).toString(); };
-        QCOMPARE(rows->rowCount(), 5);
-        QCOMPARE(text(0, EnhancedVoiceListModel::SectionHeaderRole), QString("iOS 5 \u2014 1 voices"));
-        QCOMPARE(text(1, EnhancedVoiceListModel::SectionHeaderRole), QString("iOS 6 \u2014 4 voices"));
-        QVERIFY(rows->index(1).data(EnhancedVoiceListModel::FirstInSectionRole).toBool());
-        QVERIFY(!rows->index(2).data(EnhancedVoiceListModel::FirstInSectionRole).toBool());
-        QCOMPARE(text(1, EnhancedVoiceListModel::AccessibleNameRole),
-                 QString("Download Name en-US, Language en-US, 12 KB"));
-        QCOMPARE(text(3, EnhancedVoiceListModel::AccessibleNameRole),
-                 QString("Remove Name fr-FR, Language fr-FR, 2 MB"));
-
-        QSignalSpy removal(manager_.get(), &EnhancedVoiceManager::removalRequested);
-        manager().activate("ios6/fr-FR");
-        QCOMPARE(removal.count(), 1);
-        QCOMPARE(stateOf("ios6/fr-FR"), State{State::Installed{2'000'000}});
-        QCOMPARE(manager().removeButtonText(), QString("Remove Name fr-FR"));
-        QCOMPARE(text(3, EnhancedVoiceListModel::ButtonTextRole), QString("Remove"));
-        manager().confirmRemoval();
-        QTRY_COMPARE(text(3, EnhancedVoiceListModel::ButtonTextRole), QString("Get"));
-        QCOMPARE(manager().pendingRemoval(), QString());
-        QCOMPARE(manager().lastAnnouncement(), QString("Name fr-FR removed."));
-    }
-
     void installedTotalSaturates() {
         VoiceStateTable table;
         constexpr auto largest = std::numeric_limits<std::int64_t>::max();
