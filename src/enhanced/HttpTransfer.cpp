@@ -18,6 +18,8 @@
 namespace velmora {
 namespace {
 
+constexpr long receiveBufferSize = 512L * 1024;
+
 void initialiseCurlOnce() {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
@@ -135,6 +137,9 @@ void HttpTransfer::State::configure() {
     curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, static_cast<long>(stallLimit.count()));
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    // Large reads: an archive of hundreds of megabytes then arrives in fewer receive and write
+    // calls (libcurl's default is 16 KiB).
+    curl_easy_setopt(handle, CURLOPT_BUFFERSIZE, receiveBufferSize);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &State::write);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
@@ -218,7 +223,9 @@ long HttpTransfer::run(const BodySink& sink, std::stop_token stop) {
     const CURLcode result = state.perform(stop);
     if (state.sinkError) std::rethrow_exception(state.sinkError);
     if (state.refusedStatus != 0) return state.refusedStatus;
-    if (result != CURLE_OK) throw TransferFailure::fromCurl(result, state.errorText, state.stallLimit);
+    if (result != CURLE_OK)
+        throw TransferFailure::fromCurl(result, state.errorText, state.stallLimit,
+                                        ProxyVariable::forAddress(state.url));
     long status = 0;
     curl_easy_getinfo(state.easy.get(), CURLINFO_RESPONSE_CODE, &status);
     return status;

@@ -16,7 +16,10 @@ TransferFailure TransferFailure::timedOut(std::chrono::seconds stallLimit) {
 }
 
 TransferFailure TransferFailure::fromCurl(int code, const std::string& detail,
-                                          std::chrono::seconds stallLimit) {
+                                          std::chrono::seconds stallLimit,
+                                          const std::optional<ProxyVariable>& proxy) {
+    const std::string theProxy =
+        proxy ? "the proxy that " + proxy->name + " names (" + proxy->value + ")" : "";
     switch (static_cast<CURLcode>(code)) {
         case CURLE_OPERATION_TIMEDOUT: {
             TransferFailure failure = timedOut(stallLimit);
@@ -24,10 +27,17 @@ TransferFailure TransferFailure::fromCurl(int code, const std::string& detail,
             return failure;
         }
         case CURLE_COULDNT_RESOLVE_HOST:
-        case CURLE_COULDNT_RESOLVE_PROXY:
             return {Kind::hostNotFound, "The server's name could not be found.", detail};
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return {Kind::hostNotFound,
+                    proxy ? "The name of " + theProxy + " could not be found."
+                          : "The proxy's name could not be found.",
+                    detail};
         case CURLE_COULDNT_CONNECT:
-            return {Kind::cannotConnect, "Could not connect to the server.", detail};
+            return {Kind::cannotConnect,
+                    proxy ? "Could not connect to the server, or to " + theProxy + "."
+                          : "Could not connect to the server.",
+                    detail};
         case CURLE_SSL_CONNECT_ERROR:
         case CURLE_PEER_FAILED_VERIFICATION:
         case CURLE_SSL_CACERT_BADFILE:

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include "enhanced/ProxyVariable.h"
 
 namespace velmora {
 
@@ -18,8 +21,10 @@ public:
     // The server sent nothing for `stallLimit`.
     static TransferFailure timedOut(std::chrono::seconds stallLimit);
     // The failure for a libcurl result code, with the transfer's error buffer as detail; a time-out
-    // names the transfer's stall limit.
-    static TransferFailure fromCurl(int code, const std::string& detail, std::chrono::seconds stallLimit);
+    // names the transfer's stall limit, and a connection that failed names the proxy the
+    // environment set, if any, since that may be what could not be reached.
+    static TransferFailure fromCurl(int code, const std::string& detail, std::chrono::seconds stallLimit,
+                                    const std::optional<ProxyVariable>& proxy = std::nullopt);
 
     Kind kind() const { return kind_; }
     const std::string& detail() const { return detail_; }

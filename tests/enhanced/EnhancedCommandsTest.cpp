@@ -159,7 +159,9 @@ TEST_F(EnhancedCommandsTest, DownloadsGoThroughTheProxyTheEnvironmentNames) {
     } cases[] = {
         {"through the proxy", proxy.url(), "", both, ""},
         {"host in no_proxy", proxy.url(), "example.org,127.0.0.1", both, ""},
-        {"proxy closed", closedProxy, "", both, "velmora-cli: Could not connect to the server.\n"},
+        {"proxy closed", closedProxy, "", both,
+         "velmora-cli: Could not connect to the server, or to the proxy that http_proxy names (" +
+             closedProxy + ").\n"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
