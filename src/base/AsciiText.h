@@ -17,6 +17,14 @@ inline std::string asciiLowerCase(std::string_view text) {
     return lower;
 }
 
+inline std::string asciiUpperCase(std::string_view text) {
+    std::string upper(text);
+    std::ranges::transform(upper, upper.begin(), [](unsigned char c) {
+        return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+    });
+    return upper;
+}
+
 inline std::string_view asciiTrimmed(std::string_view text) {
     const auto space = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
     while (!text.empty() && space(text.front())) text.remove_prefix(1);

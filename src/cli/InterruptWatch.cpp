@@ -14,11 +14,12 @@
 namespace velmora::cli {
 
 InterruptWatch::InterruptWatch() {
-    sigemptyset(&signals_);
-    sigaddset(&signals_, SIGINT);
-    sigaddset(&signals_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals_, &previous_);
-    signalFd_ = UniqueFd(::signalfd(-1, &signals_, SFD_CLOEXEC));
+    sigset_t signals{};
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, &previous_);
+    signalFd_ = UniqueFd(::signalfd(-1, &signals, SFD_CLOEXEC));
     wakeFd_ = UniqueFd(::eventfd(0, EFD_CLOEXEC));
     if (signalFd_.get() < 0 || wakeFd_.get() < 0) {
         const int error = errno;

@@ -25,7 +25,6 @@ public:
 private:
     void watch();
 
-    sigset_t signals_{};
     sigset_t previous_{};
     UniqueFd signalFd_;
     UniqueFd wakeFd_;

@@ -27,14 +27,12 @@ void BackgroundSha1::update(std::span<const std::byte> piece) {
 }
 
 void BackgroundSha1::updateFromFile(const std::filesystem::path& file) {
-    if (!block_.empty()) queueBlock();
-    waitUntilIdle();
+    hashEverythingGiven();
     hash_.updateFromFile(file);  // the thread is idle until the next block is queued
 }
 
 std::vector<std::byte> BackgroundSha1::finish() {
-    if (!block_.empty()) queueBlock();
-    waitUntilIdle();
+    hashEverythingGiven();
     return hash_.finish();
 }
 
@@ -52,7 +50,8 @@ void BackgroundSha1::queueBlock() {
     changed_.notify_all();
 }
 
-void BackgroundSha1::waitUntilIdle() {
+void BackgroundSha1::hashEverythingGiven() {
+    if (!block_.empty()) queueBlock();
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return queue_.empty() && !hashing_; });
 }

@@ -37,7 +37,8 @@ public:
 
 private:
     void queueBlock();
-    void waitUntilIdle();
+    // Queues the block being filled and waits until the thread has hashed every queued block.
+    void hashEverythingGiven();
     void hashBlocks(const std::stop_token& stop);
 
     Sha1 hash_;

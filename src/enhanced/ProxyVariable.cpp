@@ -6,15 +6,6 @@
 #include "base/Environment.h"
 
 namespace velmora {
-namespace {
-
-std::string asciiUpperCase(std::string_view text) {
-    std::string upper(text);
-    for (char& c : upper) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
-    return upper;
-}
-
-}  // namespace
 
 std::optional<ProxyVariable> ProxyVariable::forAddress(std::string_view url) {
     const auto end = url.find("://");
