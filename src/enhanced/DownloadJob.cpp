@@ -100,6 +100,7 @@ void DownloadJob::begin(Target& target, const HttpTransfer::Head& head, bool res
         written_ = target.length();
         total_ = head.rangeTotal >= 0 ? head.rangeTotal : head.announced < 0 ? -1 : written_ + head.announced;
     } else {
+        if (fileLength_) fileLength_(0);
         target.startOver(head.validator);
         written_ = 0;
         total_ = head.announced;
@@ -115,6 +116,7 @@ void DownloadJob::receive(Target& target, std::span<const std::byte> piece, cons
     target.append(piece);
     hash_->update(piece);
     written_ += static_cast<std::int64_t>(piece.size());
+    if (fileLength_) fileLength_(written_);
     const double done = fraction(written_, total_, expected_);
     if (done >= 0 && progress_) progress_(done);
 }

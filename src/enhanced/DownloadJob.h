@@ -23,9 +23,15 @@ class DownloadJob {
 public:
     using Progress = std::function<void(double fraction)>;
 
+    using FileLength = std::function<void(std::int64_t bytes)>;
+
     // `expected` is the catalog's size of the archive, used when the server announces none.
     DownloadJob(std::int64_t expected, Progress progress);
     ~DownloadJob();
+
+    // Hears the length of the file after every write, and 0 just before the file is emptied to
+    // start over, so that a reader of the growing file can stop first.
+    void reportFileLength(FileLength fileLength) { fileLength_ = std::move(fileLength); }
 
     // Downloads to a partial file beside `destination` that appears there only when the whole
     // body of a 200 answer has arrived, after a last progress(1.0); the partial file is removed
@@ -61,6 +67,7 @@ private:
 
     std::int64_t expected_;
     Progress progress_;
+    FileLength fileLength_;
     std::optional<BackgroundSha1> hash_;  // hashes on its own thread while the bytes arrive
     std::int64_t written_ = 0;
     std::int64_t total_ = -1;

@@ -12,6 +12,7 @@
 #include "enhanced/StagingFolder.h"
 #include "enhanced/TransferFailure.h"
 #include "store/VoiceStore.h"
+#include "zip/EarlyUnpack.h"
 #include "zip/MappedFile.h"
 #include "zip/ZipReader.h"
 
@@ -38,13 +39,17 @@ std::int64_t VoiceInstaller::run() {
     const fs::path unpacked = staging.path() / unpackedName;
     const std::vector<std::string> written = [&] {
         PartialDownload partial(voice_);
-        const std::vector<std::byte> digest = download(partial);
+        // Entries are unpacked into the staging folder as they arrive; nothing leaves it before
+        // the whole archive's checksum matches.
+        std::optional<EarlyUnpack> early;
+        if (roomToUnpackEarly(partial, staging.path())) early.emplace(partial.file(), unpacked);
+        const std::vector<std::byte> digest = download(partial, early ? &*early : nullptr);
         // The transfer may have finished just as the install was cancelled.
         if (stop_.stop_requested()) throw TransferFailure::cancelled();
         // From here the archive is used or useless: it goes either way.
         const DiscardOnExit discard{partial};
         if (digest != voice_.digest) throw InstallFailure::digestMismatch();
-        return unpack(partial.file(), unpacked);
+        return unpack(partial.file(), unpacked, early ? &*early : nullptr);
     }();
     return place(unpacked, written);
 }
@@ -74,9 +79,19 @@ std::int64_t VoiceInstaller::place(const fs::path& unpacked, const std::vector<s
 
 // The archive is hashed as it arrives (after the bytes a cut download left), so the check
 // needs no second read of the file.
-std::vector<std::byte> VoiceInstaller::download(PartialDownload& partial) {
+std::vector<std::byte> VoiceInstaller::download(PartialDownload& partial, EarlyUnpack* early) {
     DownloadJob job(voice_.downloadSize, progress_);
+    if (early) job.reportFileLength([early](std::int64_t bytes) { early->arrived(bytes); });
     return job.run(voice_.url, partial, stop_);
+}
+
+// Unpacking early needs room for the rest of the download and the unpacked voice at once.
+bool VoiceInstaller::roomToUnpackEarly(const PartialDownload& partial, const fs::path& staging) const {
+    std::error_code error;
+    const auto available = fs::space(staging, error).available;
+    const std::int64_t needed = std::max<std::int64_t>(voice_.installedSize, 0) +
+                                std::max<std::int64_t>(voice_.downloadSize - partial.length(), 0);
+    return !error && available >= static_cast<std::uintmax_t>(needed);
 }
 
 std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<const std::byte> archive) {
@@ -90,9 +105,13 @@ std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<c
     return std::max(installedSize, recorded);
 }
 
-std::vector<std::string> VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked) const {
+std::vector<std::string> VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked,
+                                                EarlyUnpack* early) const {
     if (unpacking_) unpacking_();
     const MappedFile bytes = MappedFile::open(archive);
+    if (early) {
+        if (auto written = early->finish(bytes.bytes())) return std::move(*written);
+    }
     const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
     const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
         fs::space(unpacked.parent_path()).available, std::numeric_limits<std::int64_t>::max()));

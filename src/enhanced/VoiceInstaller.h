@@ -14,6 +14,7 @@
 
 namespace velmora {
 
+class EarlyUnpack;
 class PartialDownload;
 class StagingFolder;
 
@@ -48,10 +49,13 @@ public:
 
 private:
     StagingFolder createStaging() const;
-    std::vector<std::byte> download(PartialDownload& partial);
-    // Announces the unpacking, checks the space and returns the names written, in the archive's order.
+    std::vector<std::byte> download(PartialDownload& partial, EarlyUnpack* early);
+    bool roomToUnpackEarly(const PartialDownload& partial, const std::filesystem::path& staging) const;
+    // Announces the unpacking, checks the space and returns the names written, in the archive's
+    // order; what `early` unpacked during the download stands when it is the whole archive.
     std::vector<std::string> unpack(const std::filesystem::path& archive,
-                                    const std::filesystem::path& unpacked) const;
+                                    const std::filesystem::path& unpacked,
+                                    EarlyUnpack* early = nullptr) const;
     std::int64_t place(const std::filesystem::path& unpacked, const std::vector<std::string>& written) const;
     static std::filesystem::path voiceFolder(const std::filesystem::path& unpacked,
                                              const std::vector<std::string>& written);

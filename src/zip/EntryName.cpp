@@ -35,4 +35,10 @@ std::vector<std::string> nameComponents(std::string_view name) {
     return components;
 }
 
+std::string fileKey(std::string_view name) {
+    std::string key;
+    for (const auto& part : nameComponents(name)) key += (key.empty() ? "" : "/") + part;
+    return key;
+}
+
 }  // namespace velmora::zip

@@ -13,4 +13,7 @@ bool isSafeEntryName(std::string_view name);
 // The "/"-separated components of a name, without empty and "." ones.
 std::vector<std::string> nameComponents(std::string_view name);
 
+// The file a safe name writes, as the file system resolves it: "a/./b" and "a//b" are "a/b".
+std::string fileKey(std::string_view name);
+
 }  // namespace velmora::zip

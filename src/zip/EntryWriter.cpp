@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <thread>
 
 #include "zip/Crc32.h"
 #include "zip/ZipFormat.h"
@@ -64,6 +65,11 @@ void writeAndVerifyDeflated(const ZipReader::Entry& entry, std::span<const std::
 }
 
 }  // namespace
+
+unsigned writerThreads() {
+    constexpr unsigned most = 8;
+    return std::clamp(std::thread::hardware_concurrency(), 1U, most);
+}
 
 void writeEntryBody(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file) {
     if (entry.method == format::deflated) {

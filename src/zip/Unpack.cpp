@@ -14,10 +14,6 @@
 namespace velmora {
 namespace {
 
-// Decoders running at once: one per core, each with its one output buffer (ZipReader::stepSize),
-// so memory stays bounded however large the archive.
-constexpr unsigned mostWriters = 8;
-
 // The failure of the earliest entry in archive order, whichever writer met it first, so that a
 // damaged archive fails with the same message however the entries were shared out.
 class FirstFailure {
@@ -44,7 +40,7 @@ private:
 bool namesOneFileTwice(const std::vector<ZipReader::Entry>& list) {
     std::set<std::string> files;
     for (const auto& entry : list) {
-        if (!files.insert(std::filesystem::path(entry.name).lexically_normal().string()).second) return true;
+        if (!entry.name.ends_with('/') && !files.insert(zip::fileKey(entry.name)).second) return true;
     }
     return false;
 }
@@ -101,8 +97,7 @@ unsigned writersFor(const std::vector<ZipReader::Entry>& list) {
     if (namesOneFileTwice(list)) return 1;
     const auto files =
         std::ranges::count_if(list, [](const auto& entry) { return !entry.name.ends_with('/'); });
-    const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
-    return static_cast<unsigned>(std::clamp<std::ptrdiff_t>(files, 1, std::min(cores, mostWriters)));
+    return static_cast<unsigned>(std::clamp<std::ptrdiff_t>(files, 1, zip::writerThreads()));
 }
 
 }  // namespace

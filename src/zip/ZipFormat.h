@@ -36,6 +36,9 @@ inline constexpr std::uint64_t localSize = 30;
 // General-purpose flags that mean encryption: bit 0 (the entry is encrypted), bit 6 (strong
 // encryption) and bit 13 (the central directory is encrypted and local headers are masked).
 inline constexpr std::uint16_t encryptionFlags = 0x2041;
+// The general-purpose flag (bit 3) of an entry whose CRC-32 and sizes follow its data instead of
+// standing in its local header.
+inline constexpr std::uint16_t dataDescriptorFlag = 0x0008;
 // Where a local header keeps its flags.
 inline constexpr std::uint64_t localFlagsOffset = 6;
 

@@ -2,10 +2,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <fstream>
 #include <map>
+#include <optional>
 
 #include "support/Files.h"
 #include "support/Process.h"
+#include "zip/EarlyUnpack.h"
 #include "zip/Fixtures.h"
 #include "zip/MappedFile.h"
 #include "zip/ZipReader.h"
@@ -46,6 +49,28 @@ std::map<std::string, std::string> unpacked(const fs::path& archive, const fs::p
     return files;
 }
 
+// What EarlyUnpack wrote while the archive arrived in pieces, or nothing when it left the archive
+// to the whole unpack, having removed what it wrote.
+std::optional<std::map<std::string, std::string>> unpackedEarly(std::string_view archive,
+                                                                const fs::path& into,
+                                                                std::size_t piece = 65536) {
+    const fs::path growing = fs::path(into) += ".arriving";
+    writeFile(growing, "");
+    EarlyUnpack early(growing, into);
+    for (std::size_t at = 0; at < archive.size(); at += piece) {
+        std::ofstream(growing, std::ios::app | std::ios::binary) << archive.substr(at, piece);
+        early.arrived(static_cast<std::int64_t>(std::min(at + piece, archive.size())));
+    }
+    const auto names = early.finish(MappedFile::open(growing).bytes());
+    if (!names) {
+        EXPECT_FALSE(fs::exists(into));
+        return std::nullopt;
+    }
+    std::map<std::string, std::string> files;
+    for (const auto& name : *names) files[name] = readFile(into / name);
+    return files;
+}
+
 TEST(ZipUnpack, UnpacksWhatRealWritersWrite) {
     // Nested folders, empty files, and sizes around one decoder step.
     const std::map<std::string, std::string> files = {
@@ -67,6 +92,13 @@ TEST(ZipUnpack, UnpacksWhatRealWritersWrite) {
         SCOPED_TRACE(script);
         runWriter(script, dir / "voice.zip", dir / "source");
         EXPECT_TRUE(unpacked(dir / "voice.zip", dir / "out") == files);
+        // Data descriptors leave the local headers without sizes: not unpacked early.
+        const auto early = unpackedEarly(readFile(dir / "voice.zip"), dir / "early");
+        EXPECT_EQ(early.has_value(), script.ends_with(" 0"));
+        if (early) {
+            EXPECT_TRUE(*early == files);
+        }
+        fs::remove_all(dir / "early");
     }
 
     // A Latin-1 name kept as its bytes, and standard input, whose size zip cannot know in advance:
@@ -88,6 +120,24 @@ TEST(ZipUnpack, StopsAtTheFirstFailureAndKeepsWhatItWrote) {
     EXPECT_EQ(readFile(dir / "out" / "first.dat"), "one");
     EXPECT_EQ(readFile(dir / "out" / "second.dat"), "");
     EXPECT_FALSE(fs::exists(dir / "out" / "third.dat"));
+}
+
+// Local headers decide what is written early; the central directory, whether it stands.
+TEST(ZipUnpack, EarlyUnpackStandsOnlyWhenTheDirectoryAgrees) {
+    TempDir dir;
+    const auto zip = handZip({{"a/one.dat", patterned(5000, 1), 6}, {"a/", ""}, {"two.dat", "two"}});
+    const std::map<std::string, std::string> files = {{"a/one.dat", patterned(5000, 1)}, {"two.dat", "two"}};
+    EXPECT_TRUE(unpackedEarly(zip.bytes, dir / "bytewise", 1) == files);
+    const auto centralCrc = zip.directory + 16;
+    EXPECT_FALSE(unpackedEarly(patched(zip.bytes, centralCrc, 7), dir / "crc"));
+    const auto moreInDirectory = handZip({{"a/one.dat", "one"}, {"three.dat", "3"}});
+    auto unlisted = handZip({{"a/one.dat", "one"}}).bytes;
+    unlisted =
+        unlisted.substr(0, unlisted.size() - 22) + moreInDirectory.bytes.substr(moreInDirectory.directory);
+    EXPECT_FALSE(unpackedEarly(unlisted, dir / "unlisted"));
+    for (const auto& name : {"../up.dat"s, "a/./one.dat"s}) {
+        EXPECT_FALSE(unpackedEarly(handZip({{"a/one.dat", "one"}, {name, "x"}}).bytes, dir / "refused"));
+    }
 }
 
 TEST(ZipUnpack, NeverWritesOutsideTheDestination) {
