@@ -33,36 +33,24 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
         std::vector<Phrase> phrases;
         std::optional<double> breakAfter;
     } cases[] = {
-        {"sentences",
-         "<speak><s>A</s><s xml:lang=\"fr\">B</s></speak>",
-         {phrase("<speak>A</speak>"), phrase("<speak><s xml:lang=\"fr\">B</s></speak>")},
-         {}},
-        {"breaks inside an element",
-         "<speak><prosody rate=\"50%\">A<break time=\"1.5s\"/>B<break/>C</prosody></speak>",
-         {phrase("<speak><prosody rate=\"50%\">A</prosody></speak>"),
-          phrase("<speak><prosody rate=\"50%\">B</prosody></speak>", 1.5, true),
-          phrase("<speak><prosody rate=\"50%\">C</prosody></speak>", 0.21, true)},
-         {}},
+        // clang-format off
+        {"sentences", "<speak><s>A</s><s xml:lang=\"fr\">B</s></speak>",
+         {phrase("<speak>A</speak>"), phrase("<speak><s xml:lang=\"fr\">B</s></speak>")}, {}},
+        {"breaks inside an element", "<speak><prosody rate=\"50%\">A<break time=\"1.5s\"/>B<break/>C</prosody></speak>",
+         {phrase("<speak><prosody rate=\"50%\">A</prosody></speak>"), phrase("<speak><prosody rate=\"50%\">B</prosody></speak>", 1.5, true),
+          phrase("<speak><prosody rate=\"50%\">C</prosody></speak>", 0.21, true)}, {}},
         {"times and strengths add up",
-         "<speak>A<break time=\" 250ms \"/><break strength=\"x-strong\"/><break time=\"2x\" "
-         "strength=\"weak\"/>B</speak>",
-         {phrase("<speak>A</speak>"), phrase("<speak>B</speak>", 0.25 + 0.8 + 0.14, true)},
-         {}},
-        {"strength none cuts nothing",
-         "<speak>A<break strength=\"none\"/>B</speak>",
-         {phrase("<speak>AB</speak>")},
-         {}},
+         "<speak>A<break time=\" 250ms \"/><break strength=\"x-strong\"/><break time=\"2x\" strength=\"weak\"/>B</speak>",
+         {phrase("<speak>A</speak>"), phrase("<speak>B</speak>", 0.25 + 0.8 + 0.14, true)}, {}},
+        {"strength none cuts nothing", "<speak>A<break strength=\"none\"/>B</speak>", {phrase("<speak>AB</speak>")}, {}},
         {"stretches without text make no phrase but keep their marks",
-         "<speak><s>A</s> <s><mark name=\"m\"/><break time=\"0.0ms\"/></s><s>B</s><mark name=\"n\"/><break "
-         "time=\"1s\"/></speak>",
-         {phrase("<speak>A</speak>"), phrase("<speak><mark name=\"m\"/>B<mark name=\"n\"/></speak>", 0.0)},
-         1.0},
-        {"a leading break and comments",
-         "<?xml version=\"1.0\"?><speak><!-- x --><break time=\"1s\"/>A</speak>",
-         {phrase("<speak>A</speak>", 1.0)},
-         {}},
+         "<speak><s>A</s> <s><mark name=\"m\"/><break time=\"0.0ms\"/></s><s>B</s><mark name=\"n\"/><break time=\"1s\"/></speak>",
+         {phrase("<speak>A</speak>"), phrase("<speak><mark name=\"m\"/>B<mark name=\"n\"/></speak>", 0.0)}, 1.0},
+        {"a leading break and comments", "<?xml version=\"1.0\"?><speak><!-- x --><break time=\"1s\"/>A</speak>",
+         {phrase("<speak>A</speak>", 1.0)}, {}},
         {"unclosed markup is text", "<speak><s>Hello <break", {phrase("<speak>Hello <break</speak>")}, {}},
         {"stray end tags", "<p>Hello</p></speak></speak>", {phrase("Hello")}, {}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         const SsmlPhrases result = splitIntoPhrases(SourceMappedText(c.ssml));
