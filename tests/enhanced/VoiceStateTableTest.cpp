@@ -1,6 +1,8 @@
-// The install queue's bookkeeping: order, the limit of two, and what cancelling does in each phase.
+// The install queue's bookkeeping: order, the limit of two, what cancelling does in each phase,
+// and the totals the "Delete all" button names.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -127,6 +129,18 @@ TEST(VoiceStateTableTest, DeleteAllWaitsForStopsAndRefusesWhileUnpacking) {
     for (const auto& task : table.startNext()) ADD_FAILURE() << task.voiceId << " started while held";
     table.release();
     EXPECT_EQ(table.state("d"), waiting);
+}
+
+// Installed voices only; a sum beyond 64 bits stays at the largest instead of wrapping around,
+// a limit no test catalog reaches.
+TEST(VoiceStateTableTest, CountsInstalledVoicesAndSaturates) {
+    VoiceStateTable table;
+    constexpr auto largest = std::numeric_limits<std::int64_t>::max();
+    table.set("ios6/en-US", installed(largest));
+    table.set("ios6/en-GB", installed(10));
+    table.set("ios6/fr-FR", failed("no"));
+    EXPECT_EQ(table.installedCount(), 2);
+    EXPECT_EQ(table.installedTotal(), largest);
 }
 
 }  // namespace

@@ -78,6 +78,7 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     EXPECT_TRUE(screen.shows(Texts::introduction()));
     EXPECT_TRUE(screen.shows(Texts::upgradeNote()));
     EXPECT_FALSE(screen.shows(Texts::installedLabel()));
+    screen.screenshot(QStringLiteral("enhanced-loading"));
 
     server_.catalog.open();
     ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Download " + samantha, true); }));
@@ -117,6 +118,7 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     EXPECT_TRUE(screen.shows(Texts::installedLabel()));
     EXPECT_TRUE(screen.accessibleItem(QStringLiteral("Delete all voices, 1 voice, "), true));
     EXPECT_TRUE(screen.shows("English (United Kingdom) — Downloading 42% of 1 KB"));
+    screen.screenshot(QStringLiteral("enhanced-states"));
 
     screen.click(
         screen.itemWithText(Texts::stopButton(), screen.accessibleItem("Stop downloading " + british, true)));
@@ -124,6 +126,7 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     const QString failed = "Download " + japanese + ". Last attempt failed: ";
     ASSERT_TRUE(screen.waitFor([&] { return screen.accessibleItem(failed, true); }));
     EXPECT_TRUE(controlOf(failed, Texts::retryButton()));
+    screen.screenshot(QStringLiteral("enhanced-failed"));
     // "Download all" passes over the failed and the unpacking voice of its section.
     screen.click(screen.itemWithText(Texts::downloadAllButton(),
                                      screen.itemWithText(QStringLiteral("iOS 6 — 3 voices"))->parentItem()));
@@ -154,6 +157,7 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     screen.click(screen.itemWithText(Texts::deleteAllButton()));
     ASSERT_TRUE(
         screen.waitFor([&] { return screen.itemWithText(Texts::deleteAllDialogTitle(), screen.overlay()); }));
+    screen.screenshot(QStringLiteral("dialog-delete-all"));
     screen.click(screen.itemWithText(Texts::deleteAllButton(), screen.overlay()));
     EXPECT_TRUE(screen.waitFor([&] { return !screen.shows(Texts::installedLabel()); }));
     EXPECT_TRUE(screen.accessibleItem("Download " + german, true));
@@ -259,6 +263,7 @@ TEST_F(EnhancedScreenTest, InstallsAnArchiveFromAFileByItsChecksum) {
     EXPECT_TRUE(screen.waitFor([&] { return screen.accessibleItem("Remove " + samantha, true); }));
     EXPECT_FALSE(screen.shows(refused));
     EXPECT_EQ(readFile(files / "voice.zip"), CatalogServer::goodArchive());
+    screen.screenshot(QStringLiteral("enhanced-from-file"));
 }
 
 // A catalog that cannot be read offers to try again; one that fails on a reload keeps the voices.
@@ -268,6 +273,7 @@ TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogErrorAndKeepsTheVoicesItHa
     auto& screen = *harness;
     ASSERT_TRUE(screen.waitFor([&] { return screen.shows(Texts::tryAgainButton()); }));
     EXPECT_FALSE(screen.shows(Texts::loading()));
+    screen.screenshot(QStringLiteral("enhanced-catalog-error"));
 
     server_.failing = false;
     screen.click(screen.itemWithText(Texts::tryAgainButton()));

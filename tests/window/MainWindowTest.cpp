@@ -62,6 +62,7 @@ TEST_F(MainWindowTest, ListsTheVoicesInSectionsOfNamedButtons) {
     QMetaObject::invokeMethod(list, "positionViewAtEnd");
     ASSERT_TRUE(harness.waitFor([&] { return harness.shows(Texts::systemWideHint()); }));
     EXPECT_TRUE(harness.shows(header(groups.back())));
+    harness.screenshot(QStringLiteral("main-voices-end"));
 }
 
 TEST_F(MainWindowTest, SpeaksFromTheKeyboardAndStops) {
@@ -78,6 +79,7 @@ TEST_F(MainWindowTest, SpeaksFromTheKeyboardAndStops) {
     const std::string second = speech_->groups().front().voices.at(1).identifier;
     EXPECT_EQ(speech_->speakingVoice(), second);
     ASSERT_TRUE(harness.waitFor([&] { return harness.shows(Texts::stopButton()); }));
+    harness.screenshot(QStringLiteral("main-speaking"));
 
     // While it speaks, Tab reaches "Stop", the toolbar and the field as well.
     std::vector<QString> reached;
@@ -102,6 +104,7 @@ TEST_F(MainWindowTest, ExplainsAnEmptyListAndOffersRefresh) {
     EXPECT_TRUE(harness.shows(Texts::emptyExplanation()));
     EXPECT_TRUE(harness.shows(Texts::refreshButton()));
     EXPECT_FALSE(harness.accessibleItem(alice)) << "no voice rows";
+    harness.screenshot(QStringLiteral("main-empty"));
 }
 
 }  // namespace
