@@ -39,7 +39,6 @@ EarlyUnpack::EarlyUnpack(std::filesystem::path archive, std::filesystem::path in
       fd_(::open(archive_.c_str(), O_RDONLY | O_CLOEXEC)),
       tree_(into_) {
     if (fd_.get() < 0) throwFileError("cannot open archive", archive_, errno);
-    for (unsigned i = 0; i < zip::writerThreads(); ++i) writers_.emplace_back([this] { write(); });
 }
 
 EarlyUnpack::~EarlyUnpack() {
@@ -121,6 +120,8 @@ void EarlyUnpack::take(const ZipReader::Entry& entry, std::uint64_t bodyStart) {
     if (!files_.insert(zip::fileKey(entry.name)).second) throw Stop{};
     const auto parent = tree_.makeParentOf(entry.name);
     Job job{entry, bodyStart, tree_.createFile(parent, entry.name)};
+    // The writers start with the first file.
+    while (writers_.size() < zip::writerThreads()) writers_.emplace_back([this] { write(); });
     {
         const std::lock_guard lock(mutex_);
         jobs_.push_back(std::move(job));
