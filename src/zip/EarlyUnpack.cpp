@@ -9,7 +9,7 @@
 #include "zip/ByteCursor.h"
 #include "zip/EntryName.h"
 #include "zip/EntryWriter.h"
-#include "zip/MappedFile.h"
+#include "zip/InflateSteps.h"
 #include "zip/Utf8.h"
 #include "zip/ZipFormat.h"
 
@@ -18,16 +18,24 @@ namespace {
 
 namespace format = zip::format;
 
-std::vector<std::byte> readAt(int fd, std::uint64_t offset, std::size_t count,
-                              const std::filesystem::path& path) {
-    std::vector<std::byte> bytes(count);
+// Each writer reads a body in pieces of this size, into a buffer of its own.
+constexpr std::size_t pieceSize = 1 << 20;
+
+void readAt(int fd, std::uint64_t offset, std::span<std::byte> into, const std::filesystem::path& path) {
     std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got = ::pread(fd, bytes.data() + done, count - done, static_cast<off_t>(offset + done));
+    while (done < into.size()) {
+        const ssize_t got =
+            ::pread(fd, into.data() + done, into.size() - done, static_cast<off_t>(offset + done));
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) throwFileError("cannot read archive", path, got < 0 ? errno : EIO);
         done += static_cast<std::size_t>(got);
     }
+}
+
+std::vector<std::byte> readAt(int fd, std::uint64_t offset, std::size_t count,
+                              const std::filesystem::path& path) {
+    std::vector<std::byte> bytes(count);
+    readAt(fd, offset, bytes, path);
     return bytes;
 }
 
@@ -53,10 +61,14 @@ void EarlyUnpack::arrived(std::int64_t length) {
     if (stopped_) return;
     const auto bytes = static_cast<std::uint64_t>(std::max<std::int64_t>(length, 0));
     try {
-        if (bytes < arrived_) throw Stop{};
-        arrived_ = bytes;
+        {
+            const std::lock_guard lock(mutex_);
+            if (bytes < arrived_) throw Stop{};
+            arrived_ = bytes;
+        }
+        wake_.notify_all();
         while (!listed_) {
-            const auto found = entryAt(next_, arrived_);
+            const auto found = entryAt(next_, bytes);
             if (!found) return;
             const auto& [entry, bodyStart] = *found;
             take(entry, bodyStart);
@@ -65,16 +77,10 @@ void EarlyUnpack::arrived(std::int64_t length) {
     } catch (const std::exception&) {
         // A folder or file that cannot be created, or a read that fails: the usual unpack will
         // meet it again and say so.
-        stopped_ = true;
+        giveUp();
     } catch (const Stop&) {
-        stopped_ = true;
+        giveUp();
     }
-    if (!stopped_) return;
-    {
-        const std::lock_guard lock(mutex_);
-        failed_ = true;
-    }
-    stopWriters();
 }
 
 std::optional<std::pair<ZipReader::Entry, std::uint64_t>> EarlyUnpack::entryAt(std::uint64_t offset,
@@ -103,7 +109,7 @@ std::optional<std::pair<ZipReader::Entry, std::uint64_t>> EarlyUnpack::entryAt(s
         throw Stop{};
     }
     const std::uint64_t bodyStart = offset + format::localSize + nameLength + extraLength;
-    if (length < bodyStart + compressedSize) return std::nullopt;
+    if (length < bodyStart) return std::nullopt;
     entry.name = zip::decodeUtf8Lossy(readAt(fd_.get(), offset + format::localSize, nameLength, archive_));
     if (!zip::isSafeEntryName(entry.name)) throw Stop{};
     entry.compressedSize = compressedSize;
@@ -126,29 +132,57 @@ void EarlyUnpack::take(const ZipReader::Entry& entry, std::uint64_t bodyStart) {
         const std::lock_guard lock(mutex_);
         jobs_.push_back(std::move(job));
     }
-    wake_.notify_one();
+    wake_.notify_all();
 }
 
 void EarlyUnpack::write() {
+    std::vector<std::byte> buffer(pieceSize);
     std::unique_lock lock(mutex_);
     for (;;) {
-        wake_.wait(lock, [&] { return closed_ || !jobs_.empty(); });
-        if (jobs_.empty()) return;
+        wake_.wait(lock, [&] { return closed_ || failed_ || !jobs_.empty(); });
+        if (failed_ || jobs_.empty()) return;
         Job job = std::move(jobs_.front());
         jobs_.pop_front();
-        if (failed_) continue;
         lock.unlock();
         bool written = true;
         try {
-            const auto body = MappedFile::openRange(
-                fd_.get(), job.bodyStart, static_cast<std::size_t>(job.entry.compressedSize), archive_);
-            zip::writeEntryBody(job.entry, body.bytes(), job.file);
+            std::uint64_t position = job.bodyStart;
+            const std::uint64_t end = job.bodyStart + static_cast<std::uint64_t>(job.entry.compressedSize);
+            zip::InputFeed body([&] { return nextPiece(position, end, buffer); });
+            zip::writeArrivingEntryBody(job.entry, body, job.file);
         } catch (const std::exception&) {
+            written = false;
+        } catch (const Stop&) {
             written = false;
         }
         lock.lock();
         if (!written) failed_ = true;
     }
+}
+
+std::span<const std::byte> EarlyUnpack::nextPiece(std::uint64_t& position, std::uint64_t end,
+                                                  std::vector<std::byte>& buffer) {
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(buffer.size(), end - position));
+    if (size == 0) return {};
+    {
+        std::unique_lock lock(mutex_);
+        // Once the writers are told to stop, no more bytes will come.
+        wake_.wait(lock, [&] { return failed_ || closed_ || arrived_ >= position + size; });
+        if (failed_ || arrived_ < position + size) throw Stop{};
+    }
+    const std::span piece(buffer.data(), size);
+    readAt(fd_.get(), position, piece, archive_);
+    position += size;
+    return piece;
+}
+
+void EarlyUnpack::giveUp() {
+    stopped_ = true;
+    {
+        const std::lock_guard lock(mutex_);
+        failed_ = true;
+    }
+    stopWriters();
 }
 
 void EarlyUnpack::stopWriters() {

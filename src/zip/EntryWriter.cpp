@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "zip/Crc32.h"
+#include "zip/InflateSteps.h"
 #include "zip/ZipFormat.h"
 #include "zip/ZlibInflate.h"
 
@@ -42,9 +43,9 @@ using Inflate = void (*)(std::span<const std::byte>, const std::function<void(st
 
 // Output is stopped the moment it would pass the recorded size, so a small archive cannot fill
 // the disk; the length message then counts the bytes decoded so far.
-void writeDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file,
-                   Written& written, Inflate inflate) {
-    inflate(body, [&](std::span<const std::byte> piece) {
+void writeDeflated(const ZipReader::Entry& entry, OutputFile& file, Written& written,
+                   const std::function<void(const Emit&)>& decode) {
+    decode([&](std::span<const std::byte> piece) {
         const std::int64_t decoded = written.count + static_cast<std::int64_t>(piece.size());
         if (decoded > entry.uncompressedSize) throw lengthMismatch(entry, decoded);
         file.write(piece);
@@ -60,7 +61,7 @@ void verify(const ZipReader::Entry& entry, const Written& written) {
 void writeAndVerifyDeflated(const ZipReader::Entry& entry, std::span<const std::byte> body, OutputFile& file,
                             Inflate inflate) {
     Written written;
-    writeDeflated(entry, body, file, written, inflate);
+    writeDeflated(entry, file, written, [&](const Emit& emit) { inflate(body, emit); });
     verify(entry, written);
 }
 
@@ -87,6 +88,21 @@ void writeEntryBody(const ZipReader::Entry& entry, std::span<const std::byte> bo
     if (entry.method != format::stored) throw ZipReader::Failure::unsupportedCompression(entry.method);
     Written written;
     writeStored(body, file, written);
+    verify(entry, written);
+}
+
+void writeArrivingEntryBody(const ZipReader::Entry& entry, InputFeed& body, OutputFile& file) {
+    Written written;
+    if (entry.method == format::deflated) {
+        writeDeflated(entry, file, written, [&](const Emit& emit) { fastInflate(body, emit); });
+    } else if (entry.method == format::stored) {
+        for (auto piece = body.next(); !piece.empty(); piece = body.next()) {
+            file.write(piece);
+            written.add(piece);
+        }
+    } else {
+        throw ZipReader::Failure::unsupportedCompression(entry.method);
+    }
     verify(entry, written);
 }
 

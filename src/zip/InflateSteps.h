@@ -15,6 +15,7 @@ enum class StepStatus { progressing, ended, failed };
 struct StepResult {
     StepStatus status;
     std::size_t produced;
+    bool consumed;  // input was taken in during the step
 };
 
 using Emit = std::function<void(std::span<const std::byte>)>;
@@ -31,25 +32,40 @@ void runInflateSteps(Decoder& decoder, const Emit& emit) {
         if (result.status == StepStatus::failed) throw ZipReader::Failure::corrupt("compressed data");
         if (result.produced > 0) emit(output.first(result.produced));
         if (result.status == StepStatus::ended) return;
-        if (result.produced == 0) throw ZipReader::Failure::corrupt("decompressor made no progress");
+        if (result.produced == 0 && !result.consumed)
+            throw ZipReader::Failure::corrupt("decompressor made no progress");
     }
 }
 
-// Hands out a long input in pieces that fit the decoders' 32-bit input counters.
+// Hands a decoder its input piece by piece: a stream in memory in pieces that fit the decoders'
+// 32-bit input counters, or whatever a source gives until it gives an empty piece (a source may
+// wait for its bytes to arrive).
 class InputFeed {
 public:
-    explicit InputFeed(std::span<const std::byte> input) : rest_(input) {}
+    using Source = std::function<std::span<const std::byte>()>;
 
-    bool empty() const { return rest_.empty(); }
+    explicit InputFeed(std::span<const std::byte> input)
+        : source_([rest = input]() mutable {
+              const auto piece = rest.first(std::min<std::size_t>(rest.size(), 0xFFFF'FFFFU));
+              rest = rest.subspan(piece.size());
+              return piece;
+          }) {}
+    explicit InputFeed(Source source) : source_(std::move(source)) {}
+
+    // The next piece, or an empty one once the input has ended.
     std::span<const std::byte> next() {
-        const std::size_t size = std::min<std::size_t>(rest_.size(), 0xFFFF'FFFFU);
-        const auto piece = rest_.first(size);
-        rest_ = rest_.subspan(size);
+        if (ended_) return {};
+        const auto piece = source_();
+        ended_ = piece.empty();
         return piece;
     }
 
 private:
-    std::span<const std::byte> rest_;
+    Source source_;
+    bool ended_ = false;
 };
+
+// ZipReader::inflate's decoder over input that comes from a feed.
+void fastInflate(InputFeed& feed, const Emit& emit);
 
 }  // namespace velmora::zip

@@ -18,19 +18,21 @@ public:
     ZlibDecoder& operator=(const ZlibDecoder&) = delete;
 
     StepResult step(std::span<std::byte> output) {
-        if (stream_.avail_in == 0 && !feed_.empty()) {
+        bool consumed = false;
+        if (stream_.avail_in == 0) {
             const auto piece = feed_.next();
             stream_.next_in = const_cast<Bytef*>(reinterpret_cast<const Bytef*>(piece.data()));
             stream_.avail_in = static_cast<uInt>(piece.size());
+            consumed = !piece.empty();
         }
         stream_.next_out = reinterpret_cast<Bytef*>(output.data());
         stream_.avail_out = static_cast<uInt>(output.size());
         const int status = ::inflate(&stream_, Z_FINISH);
         const std::size_t produced = output.size() - stream_.avail_out;
-        if (status == Z_STREAM_END) return {StepStatus::ended, produced};
+        if (status == Z_STREAM_END) return {StepStatus::ended, produced, consumed};
         // With Z_FINISH, Z_BUF_ERROR only means "not done yet": the output filled or the input ran out.
-        if (status == Z_OK || status == Z_BUF_ERROR) return {StepStatus::progressing, produced};
-        return {StepStatus::failed, produced};
+        if (status == Z_OK || status == Z_BUF_ERROR) return {StepStatus::progressing, produced, consumed};
+        return {StepStatus::failed, produced, consumed};
     }
 
 private:
