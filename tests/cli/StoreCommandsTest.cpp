@@ -53,6 +53,7 @@ TEST(StoreCommandsTest, CommandsInTurnOnOneContainer) {
         EXPECT_NE(result.err.find(step.err), std::string::npos) << shown << ": " << result.err;
     };
     for (const auto& step : before) run(step);
+    writeFile(cli.voices().parent_path() / "other.txt", "not the store's");
     cli.installPack("ios6/en-US", "Samantha", 12'300'000);
     cli.installPack("ios5/de-DE", "Anna", 1000);
     cli.installPack("ios5/en-US", "Samantha", 1000);
@@ -62,6 +63,7 @@ TEST(StoreCommandsTest, CommandsInTurnOnOneContainer) {
     EXPECT_GT(json.at(2)["sizeInBytes"].get<std::int64_t>(), 12'300'000);
     for (const auto& step : after) run(step);
     EXPECT_FALSE(fs::exists(cli.voices()));
+    EXPECT_TRUE(fs::exists(cli.voices().parent_path() / "other.txt")) << "remove-all took the container";
 }
 
 TEST(StoreCommandsTest, StatusExplainsAMissingEntitlement) {

@@ -96,15 +96,5 @@ TEST_F(StoreTest, RemoveOfALinkedPackLeavesItsTargetAlone) {
     EXPECT_TRUE(fs::exists(outside / "keep/broker.hdr"));
 }
 
-TEST_F(StoreTest, RemoveAllDeletesTheVoiceRootWithStagingAndToleratesItsAbsence) {
-    EXPECT_NO_THROW(VoiceStore::removeAll());
-    installPack("ios7", "en-US", "Ava");
-    fs::create_directories(StoreWorld::voices() / ".staging/X");
-    VoiceStore::removeAll();
-    EXPECT_FALSE(fs::exists(StoreWorld::voices()));
-    EXPECT_TRUE(fs::exists(StoreWorld::container()));
-    EXPECT_TRUE(VoiceStore::installed().empty());
-}
-
 }  // namespace
 }  // namespace velmora::test

@@ -1,27 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <set>
-
 #include "store/VoiceId.h"
-#include "store/VoiceRelease.h"
 
 namespace velmora {
 namespace {
-
-// Only releases with a format version download, each under a version of its own.
-TEST(VoiceReleaseTest, ThoseWithAFormatVersionDownload) {
-    std::set<std::string> formats;
-    for (const auto& release : VoiceRelease::downloadable())
-        formats.insert(release.formatVersion.value_or(""));
-    const auto versioned =
-        std::ranges::count_if(VoiceRelease::all(), [](auto& r) { return r.formatVersion.has_value(); });
-    EXPECT_EQ(std::ssize(VoiceRelease::downloadable()), versioned);
-    EXPECT_EQ(std::ssize(formats), versioned);
-    EXPECT_FALSE(formats.empty() || formats.contains(""));
-    EXPECT_EQ(VoiceRelease::named("ios4")->directory, std::nullopt);
-    EXPECT_TRUE(VoiceRelease::named("ios7")->enhancedTakesPitch);
-}
 
 TEST(VoiceIdTest, ParsesReleaseAndPlainLocaleOnly) {
     auto id = VoiceId::parse("ios6/en-US");
