@@ -9,6 +9,7 @@
 #include "zip/ByteCursor.h"
 #include "zip/EntryName.h"
 #include "zip/EntryWriter.h"
+#include "zip/HeaderFields.h"
 #include "zip/InflateSteps.h"
 #include "zip/Utf8.h"
 #include "zip/ZipFormat.h"
@@ -93,27 +94,23 @@ std::optional<std::pair<ZipReader::Entry, std::uint64_t>> EarlyUnpack::entryAt(s
     }
     if (length < offset + format::localSize) return std::nullopt;
     const auto header = readAt(fd_.get(), offset, format::localSize, archive_);
-    zip::ByteCursor fields(header, format::localFlagsOffset, ZipReader::Failure::notAZip());
-    const std::uint16_t flags = fields.u16();
-    ZipReader::Entry entry;
-    entry.method = fields.u16();
-    fields.skip(4);  // time, date
-    entry.crc32 = fields.u32();
-    const std::uint32_t compressedSize = fields.u32();
-    const std::uint32_t uncompressedSize = fields.u32();
-    const std::uint16_t nameLength = fields.u16();
-    const std::uint16_t extraLength = fields.u16();
-    if ((flags & (format::encryptionFlags | format::dataDescriptorFlag)) != 0 ||
-        compressedSize == format::zip64Marker || uncompressedSize == format::zip64Marker ||
-        (entry.method != format::stored && entry.method != format::deflated)) {
+    zip::ByteCursor cursor(header, format::localFlagsOffset, ZipReader::Failure::notAZip());
+    const zip::HeaderFields fields = zip::readHeaderFields(cursor);
+    if ((fields.flags & (format::encryptionFlags | format::dataDescriptorFlag)) != 0 ||
+        fields.compressedSize == format::zip64Marker || fields.uncompressedSize == format::zip64Marker ||
+        (fields.method != format::stored && fields.method != format::deflated)) {
         throw Stop{};
     }
-    const std::uint64_t bodyStart = offset + format::localSize + nameLength + extraLength;
+    const std::uint64_t bodyStart = offset + format::localSize + fields.nameLength + fields.extraLength;
     if (length < bodyStart) return std::nullopt;
-    entry.name = zip::decodeUtf8Lossy(readAt(fd_.get(), offset + format::localSize, nameLength, archive_));
+    ZipReader::Entry entry;
+    entry.name =
+        zip::decodeUtf8Lossy(readAt(fd_.get(), offset + format::localSize, fields.nameLength, archive_));
     if (!zip::isSafeEntryName(entry.name)) throw Stop{};
-    entry.compressedSize = compressedSize;
-    entry.uncompressedSize = uncompressedSize;
+    entry.method = fields.method;
+    entry.crc32 = fields.crc32;
+    entry.compressedSize = fields.compressedSize;
+    entry.uncompressedSize = fields.uncompressedSize;
     entry.localHeaderOffset = static_cast<std::int64_t>(offset);
     return std::pair{std::move(entry), bodyStart};
 }

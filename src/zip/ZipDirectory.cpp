@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "zip/ByteCursor.h"
+#include "zip/HeaderFields.h"
 #include "zip/Utf8.h"
 #include "zip/ZipFormat.h"
 #include "zip/ZipReader.h"
@@ -99,25 +100,21 @@ ZipReader::Entry readCentralRecord(std::span<const std::byte> archive, std::uint
     record.require(format::centralSize);
     if (record.u32() != format::centralSignature) throw ZipReader::Failure::corrupt("central directory");
     record.skip(4);  // versions
-    const std::uint16_t flags = record.u16();
-    ZipReader::Entry entry;
-    entry.method = record.u16();
-    record.skip(4);  // time, date
-    entry.crc32 = record.u32();
-    const std::uint32_t compressedSize = record.u32();
-    const std::uint32_t uncompressedSize = record.u32();
-    const std::uint16_t nameLength = record.u16();
-    const std::uint16_t extraLength = record.u16();
+    const zip::HeaderFields fields = zip::readHeaderFields(record);
     const std::uint16_t commentLength = record.u16();
     const std::uint16_t startDisk = record.u16();
     record.skip(6);  // attributes
     const std::uint32_t localHeaderOffset = record.u32();
-    refuseUnsupportedEntry(flags, startDisk, compressedSize, uncompressedSize, localHeaderOffset);
-    entry.compressedSize = compressedSize;
-    entry.uncompressedSize = uncompressedSize;
+    refuseUnsupportedEntry(fields.flags, startDisk, fields.compressedSize, fields.uncompressedSize,
+                           localHeaderOffset);
+    ZipReader::Entry entry;
+    entry.method = fields.method;
+    entry.crc32 = fields.crc32;
+    entry.compressedSize = fields.compressedSize;
+    entry.uncompressedSize = fields.uncompressedSize;
     entry.localHeaderOffset = localHeaderOffset;
-    entry.name = zip::decodeUtf8Lossy(record.take(nameLength));
-    position += format::centralSize + nameLength + extraLength + commentLength;
+    entry.name = zip::decodeUtf8Lossy(record.take(fields.nameLength));
+    position += format::centralSize + fields.nameLength + fields.extraLength + commentLength;
     return entry;
 }
 
@@ -143,12 +140,11 @@ std::span<const std::byte> ZipReader::body(const Entry& entry, std::span<const s
     ByteCursor header(archive, headerOffset, Failure::corrupt("header of " + entry.name));
     header.require(format::localSize);
     if (header.u32() != format::localSignature) throw Failure::corrupt("header of " + entry.name);
-    header.skip(22);
-    const std::uint16_t nameLength = header.u16();
-    const std::uint16_t extraLength = header.u16();
+    header.skip(2);  // version
+    const zip::HeaderFields fields = zip::readHeaderFields(header);
     // The local header's own lengths rule here: writers may put a longer extra field (such as
     // alignment padding) in the local header than in the central record.
-    const std::uint64_t start = headerOffset + format::localSize + nameLength + extraLength;
+    const std::uint64_t start = headerOffset + format::localSize + fields.nameLength + fields.extraLength;
     const auto size = static_cast<std::uint64_t>(entry.compressedSize);
     if (start > archive.size() || size > archive.size() - start)
         throw Failure::corrupt("body of " + entry.name);
