@@ -33,23 +33,31 @@ public:
     // start over, so that a reader of the growing file can stop first.
     void reportFileLength(FileLength fileLength) { fileLength_ = std::move(fileLength); }
 
-    // Downloads into a partial download that outlives a failure: bytes it already holds are asked
+    // Downloads to a partial file beside `destination` that appears there only when the whole
+    // body of a 200 answer has arrived, after a last progress(1.0); the partial file is removed
+    // on every failure. Throws EnhancedVoiceCatalog::Failure::badResponse for any status but 200,
+    // WebPageAnswer for a web page, TransferFailure when the transfer fails or `stop` is
+    // requested, and filesystem_error when the file cannot be written. Called once per job.
+    void run(const std::string& url, const std::filesystem::path& destination, std::stop_token stop = {});
+
+    // The same into a partial download that outlives a failure: bytes it already holds are asked
     // for no more (a Range request guarded by If-Range) when the server answers 206 from where
-    // they end; any other answer starts over. Progress counts the bytes held, with a last
-    // progress(1.0) once the whole body has arrived. Returns the SHA-1 of the whole file. Throws
-    // EnhancedVoiceCatalog::Failure::badResponse for any other status than 200 (or 206 when
-    // resuming), WebPageAnswer for a web page, TransferFailure when the transfer fails or `stop`
-    // is requested, and filesystem_error when the file cannot be written. Called once per job.
+    // they end; any other answer starts over. Progress counts the bytes held. Returns the SHA-1 of
+    // the whole file.
     std::vector<std::byte> run(const std::string& url, PartialDownload& partial, std::stop_token stop = {});
 
 private:
     // The answer of a resumed request cannot extend the bytes held.
     struct ResumeRefused {};
 
-    void transfer(const std::string& url, PartialDownload& target, const std::stop_token& stop);
-    long attempt(const std::string& url, PartialDownload& target, bool resuming, const std::stop_token& stop);
-    void begin(PartialDownload& target, const HttpTransfer::Head& head, bool resuming);
-    void receive(PartialDownload& target, std::span<const std::byte> piece, const HttpTransfer::Head& head,
+    template <class Target>
+    void transfer(const std::string& url, Target& target, const std::stop_token& stop);
+    template <class Target>
+    long attempt(const std::string& url, Target& target, bool resuming, const std::stop_token& stop);
+    template <class Target>
+    void begin(Target& target, const HttpTransfer::Head& head, bool resuming);
+    template <class Target>
+    void receive(Target& target, std::span<const std::byte> piece, const HttpTransfer::Head& head,
                  bool resuming);
     bool sniffWebPage(std::span<const std::byte> piece, const HttpTransfer::Head& head);
 

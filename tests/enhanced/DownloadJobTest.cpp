@@ -1,14 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "Fixtures.h"
-#include "ServedVoice.h"
 #include "enhanced/BackgroundSha1.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/HttpTransfer.h"
-#include "enhanced/PartialDownload.h"
 #include "support/Files.h"
 
 namespace velmora::test {
@@ -55,32 +51,31 @@ void archiveRoutes(httplib::Server& routes) {
 
 class DownloadJobTest : public ::testing::Test {
 protected:
-    // Runs one job for `path` into a fresh partial download, recording what it reports, and
-    // returns its error's text, if any; cancels at the first report when asked.
+    // Runs one job for `path` over an older file at the destination, recording what it reports,
+    // and returns its error's text, if any; cancels at the first report when asked.
     std::string download(const std::string& path, std::int64_t expected, bool cancel = false) {
         reports_.clear();
-        fs::remove_all(PartialDownload::folder());
-        partial_.emplace(servedVoice(server_.url(path), body));
+        writeFile(destination_, "older");
         std::stop_source stop;
         DownloadJob job(expected, [&](double fraction) {
             reports_.push_back(fraction);
             if (cancel) stop.request_stop();
         });
         try {
-            EXPECT_EQ(job.run(server_.url(path), *partial_, stop.get_token()), sha1Of(body));
+            job.run(server_.url(path), destination_, stop.get_token());
             return "";
         } catch (const std::exception& error) {
             return error.what();
         }
     }
-    std::string held() const { return readFile(partial_->file()); }
 
     LoopbackServer server_{archiveRoutes};
-    std::optional<PartialDownload> partial_;
+    TempDir folder_;
+    fs::path destination_ = folder_ / "voice.zip";
     std::vector<double> reports_;
 };
 
-TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrWhatArrivedKeptToResume) {
+TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
     // The path, the catalog's size, and whether fractions below 1 come before the end.
     const std::tuple<const char*, std::int64_t, bool> cases[] = {
         {"/status/200", 10, true},  // the announced length wins over the catalog's size
@@ -90,23 +85,26 @@ TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrWhatArrivedKeptToResume
         {"/unannounced", 1000, false}};  // more than the catalog's size
     for (const auto& [path, expected, fractionsBeforeTheEnd] : cases) {
         EXPECT_EQ(download(path, expected), "") << path;
-        EXPECT_EQ(held(), body) << path;
+        EXPECT_EQ(readFile(destination_), body) << path;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << "partial left: " << path;
         ASSERT_FALSE(reports_.empty()) << path;
         EXPECT_TRUE(std::ranges::is_sorted(reports_)) << path;  // and so never above the last
         EXPECT_EQ(reports_.back(), 1.0) << path;
         EXPECT_EQ(reports_.front() < 1.0, fractionsBeforeTheEnd) << path << " " << expected;
     }
-    // The error's text, and the bytes kept for the next attempt (cancelled: a byte or more).
-    const std::tuple<const char*, std::string, std::string> failures[] = {
-        {"/status/206", "Apple's voice catalog answered with HTTP 206.", ""},
-        {"/redirect/status/404", "Apple's voice catalog answered with HTTP 404.", ""},
-        {"/dropped", "The network connection was lost.", body.substr(0, body.size() / 2)},
-        {"/slow", "The download was cancelled.", "x"}};
-    for (const auto& [path, text, kept] : failures) {
+    const std::pair<const char*, std::string> failures[] = {
+        {"/status/206", "Apple's voice catalog answered with HTTP 206."},
+        {"/redirect/status/404", "Apple's voice catalog answered with HTTP 404."},
+        {"/dropped", "The network connection was lost."},
+        {"/slow", "The download was cancelled."}};
+    for (const auto& [path, text] : failures) {
         EXPECT_EQ(download(path, 100, path == std::string("/slow")), text);
-        EXPECT_EQ(kept == "x" ? held().substr(0, 1) : held(), kept) << path;
+        EXPECT_EQ(readFile(destination_), "older") << path;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), {}), 1) << path;
         EXPECT_TRUE(std::ranges::all_of(reports_, [](double fraction) { return fraction < 1.0; })) << path;
     }
+    EXPECT_THROW(DownloadJob(0, {}).run(server_.url("/status/404"), destination_),
+                 EnhancedVoiceCatalog::Failure);
 }
 
 TEST_F(DownloadJobTest, AServerSilentForTheStallLimitEndsTheTransfer) {
