@@ -30,29 +30,14 @@ MappedFile MappedFile::open(const std::filesystem::path& path) {
     return MappedFile(address, size);
 }
 
-MappedFile MappedFile::openRange(int fd, std::uint64_t offset, std::size_t length,
-                                 const std::filesystem::path& shownPath) {
-    if (length == 0) return MappedFile(nullptr, 0);
-    static const auto page = static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-    const std::uint64_t start = offset - offset % page;
-    const auto skipped = static_cast<std::size_t>(offset - start);
-    void* address = ::mmap(nullptr, skipped + length, PROT_READ, MAP_PRIVATE, fd, static_cast<off_t>(start));
-    if (address == MAP_FAILED) throwFileError("cannot map archive", shownPath, errno);
-    ::madvise(address, skipped + length, MADV_SEQUENTIAL);
-    return MappedFile(address, skipped + length, skipped);
-}
-
 MappedFile::MappedFile(MappedFile&& other) noexcept
-    : address_(std::exchange(other.address_, nullptr)),
-      size_(std::exchange(other.size_, 0)),
-      skipped_(std::exchange(other.skipped_, 0)) {}
+    : address_(std::exchange(other.address_, nullptr)), size_(std::exchange(other.size_, 0)) {}
 
 MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
     if (this != &other) {
         if (address_ != nullptr) ::munmap(address_, size_);
         address_ = std::exchange(other.address_, nullptr);
         size_ = std::exchange(other.size_, 0);
-        skipped_ = std::exchange(other.skipped_, 0);
     }
     return *this;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <span>
 
@@ -13,10 +12,6 @@ class MappedFile {
 public:
     // Throws std::filesystem::filesystem_error when the file cannot be opened, read or mapped.
     static MappedFile open(const std::filesystem::path& path);
-    // Bytes [offset, offset + length) of the open file `fd`, which must already hold them; a file
-    // that grows meanwhile leaves them valid. Errors name `shownPath`.
-    static MappedFile openRange(int fd, std::uint64_t offset, std::size_t length,
-                                const std::filesystem::path& shownPath);
 
     MappedFile(MappedFile&& other) noexcept;
     MappedFile& operator=(MappedFile&& other) noexcept;
@@ -24,17 +19,13 @@ public:
     MappedFile& operator=(const MappedFile&) = delete;
     ~MappedFile();
 
-    std::span<const std::byte> bytes() const {
-        return std::span(static_cast<const std::byte*>(address_), size_).subspan(skipped_);
-    }
+    std::span<const std::byte> bytes() const { return {static_cast<const std::byte*>(address_), size_}; }
 
 private:
-    MappedFile(void* address, std::size_t size, std::size_t skipped = 0)
-        : address_(address), size_(size), skipped_(skipped) {}
+    MappedFile(void* address, std::size_t size) : address_(address), size_(size) {}
 
     void* address_ = nullptr;
     std::size_t size_ = 0;
-    std::size_t skipped_ = 0;  // bytes mapped before the range asked for (mappings start at a page)
 };
 
 }  // namespace velmora
