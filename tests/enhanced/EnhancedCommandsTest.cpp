@@ -1,11 +1,16 @@
 // velmora-cli catalog and install against a catalog and archives served on loopback.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "Fixtures.h"
+#include "base/UniqueFd.h"
 #include "cli/CliBundle.h"
 
 namespace velmora::test {
@@ -43,6 +48,77 @@ private:
     LoopbackServer server_{[this](httplib::Server& s) {
         s.Get(".*", [this](const httplib::Request& q, httplib::Response& r) { forward(q, r); });
     }};
+};
+
+// A tunnelling proxy on loopback, as https_proxy names one: answers a CONNECT with "200
+// Connection established", then copies bytes both ways until a side closes; keeps the targets.
+class TunnelProxy {
+public:
+    TunnelProxy() {
+        sockaddr_in address = loopback(0);
+        socklen_t length = sizeof address;
+        if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), length) != 0 ||
+            ::listen(listener_.get(), 8) != 0 ||
+            ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &length) != 0)
+            throw std::runtime_error("cannot listen on loopback");
+        port_ = ntohs(address.sin_port);
+        acceptor_ = std::jthread([this] {
+            for (int client; (client = ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+                const std::lock_guard lock(mutex_);
+                tunnels_.emplace_back([this, client] { tunnel(UniqueFd(client)); });
+            }
+        });
+    }
+    ~TunnelProxy() { ::shutdown(listener_.get(), SHUT_RDWR); }
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
+    std::vector<std::string> targets() const {
+        const std::lock_guard lock(mutex_);
+        return targets_;
+    }
+
+private:
+    static sockaddr_in loopback(int port) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        return address;
+    }
+
+    // "CONNECT 127.0.0.1:PORT HTTP/1.1", headers, a blank line; then the tunnel.
+    void tunnel(UniqueFd client) {
+        std::string request;
+        for (char c; !request.ends_with("\r\n\r\n") && ::read(client.get(), &c, 1) == 1;) request += c;
+        const std::string target = request.substr(8, request.find(' ', 8) - 8);
+        {
+            const std::lock_guard lock(mutex_);
+            targets_.push_back(target);
+        }
+        const UniqueFd origin(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        const sockaddr_in address = loopback(std::stoi(target.substr(target.rfind(':') + 1)));
+        const std::string established = "HTTP/1.1 200 Connection established\r\n\r\n";
+        if (::connect(origin.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+            ::write(client.get(), established.data(), established.size()) < 0)
+            return;
+        pollfd ends[2] = {{client.get(), POLLIN, 0}, {origin.get(), POLLIN, 0}};
+        char buffer[65536];
+        while (::poll(ends, 2, 10'000) > 0) {
+            for (int i = 0; i < 2; ++i) {
+                if (ends[i].revents == 0) continue;
+                const ssize_t count = ::read(ends[i].fd, buffer, sizeof buffer);
+                if (count <= 0 ||
+                    ::send(ends[1 - i].fd, buffer, static_cast<std::size_t>(count), MSG_NOSIGNAL) != count)
+                    return;
+            }
+        }
+    }
+
+    UniqueFd listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    int port_ = 0;
+    mutable std::mutex mutex_;
+    std::vector<std::string> targets_;
+    std::vector<std::jthread> tunnels_;
+    std::jthread acceptor_;
 };
 
 class EnhancedCommandsTest : public ::testing::Test {
@@ -173,6 +249,28 @@ TEST_F(EnhancedCommandsTest, DownloadsGoThroughTheProxyTheEnvironmentNames) {
         EXPECT_EQ(result.err, c.err);
         EXPECT_EQ(proxy.paths(), c.proxied);
     }
+}
+
+// https_proxy: the catalog and the archive of an https server come through the proxy's tunnel,
+// the server trusted through VELMORA_CA_FILE.
+TEST_F(EnhancedCommandsTest, HttpsGoesThroughTheTunnelThatHttpsProxyNames) {
+    const TlsIdentity identity = TlsIdentity::create(files_.path());
+    const LoopbackServer secure([this](httplib::Server& s) { s.set_mount_point("/", files_.path()); },
+                                &identity);
+    writeFile(files_ / "secure.xml",
+              catalogXml({servedAsset("4", "fr-FR", secure.url("/"), "fr-FR.zip", archive_)}));
+    const TunnelProxy proxy;
+    auto environment = bundle_.environment();
+    environment.insert({{"VELMORA_CATALOG_URL", secure.url("/secure.xml")},
+                        {"VELMORA_CA_FILE", identity.certificate.string()},
+                        {"https_proxy", proxy.url()},
+                        {"no_proxy", ""},
+                        {"NO_PROXY", ""}});
+    const auto result = runProcess(bundle_.folder() / "velmora-cli", {"install", "ios6/fr-FR"}, environment);
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(readFile(bundle_.voices() / "ios6/fr-FR/broker.hdr"), "Amelie");
+    const std::string server = secure.url("").substr(std::string("https://").size());
+    EXPECT_EQ(proxy.targets(), (std::vector<std::string>{server, server}));
 }
 
 }  // namespace
