@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "zip/EarlyUnpack.h"
-#include "zip/MappedFile.h"
 #include "zip/ZipReader.h"
 
 namespace {
@@ -66,7 +65,7 @@ std::optional<Names> unpackEarly(std::span<const std::byte> archive, const fs::p
                    static_cast<std::streamsize>(end - fs::file_size(file)));
         early.arrived(static_cast<std::int64_t>(end));
     }
-    return early.finish(velmora::MappedFile::open(file).bytes());
+    return early.finish();
 }
 
 std::string contents(const fs::path& file) {

@@ -108,10 +108,10 @@ std::int64_t VoiceInstaller::neededSpace(std::int64_t installedSize, std::span<c
 std::vector<std::string> VoiceInstaller::unpack(const fs::path& archive, const fs::path& unpacked,
                                                 EarlyUnpack* early) const {
     if (unpacking_) unpacking_();
-    const MappedFile bytes = MappedFile::open(archive);
     if (early) {
-        if (auto written = early->finish(bytes.bytes())) return std::move(*written);
+        if (auto written = early->finish()) return std::move(*written);
     }
+    const MappedFile bytes = MappedFile::open(archive);
     const std::int64_t needed = neededSpace(voice_.installedSize, bytes.bytes());
     const auto available = static_cast<std::int64_t>(std::min<std::uintmax_t>(
         fs::space(unpacked.parent_path()).available, std::numeric_limits<std::int64_t>::max()));

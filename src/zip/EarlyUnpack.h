@@ -39,10 +39,10 @@ public:
     // Call with a length below an earlier one before the file is emptied.
     void arrived(std::int64_t length);
 
-    // `archive` is the whole file. Waits for the writers and returns the names written in archive
+    // Once the whole file is in: waits for the writers and returns the names written in archive
     // order, as ZipReader::unpack does, when the archive's central directory lists exactly the
     // entries written; otherwise removes what was written and returns nothing.
-    std::optional<std::vector<std::string>> finish(std::span<const std::byte> archive);
+    std::optional<std::vector<std::string>> finish();
 
 private:
     struct Job {
@@ -67,6 +67,7 @@ private:
                                          std::vector<std::byte>& buffer);
     void giveUp();
     void stopWriters();
+    bool directoryListsWhatWasWritten(std::uint64_t size) const;
 
     std::filesystem::path archive_;
     std::filesystem::path into_;

@@ -61,7 +61,7 @@ std::optional<std::map<std::string, std::string>> unpackedEarly(std::string_view
         std::ofstream(growing, std::ios::app | std::ios::binary) << archive.substr(at, piece);
         early.arrived(static_cast<std::int64_t>(std::min(at + piece, archive.size())));
     }
-    const auto names = early.finish(MappedFile::open(growing).bytes());
+    const auto names = early.finish();
     if (!names) {
         EXPECT_FALSE(fs::exists(into));
         return std::nullopt;
