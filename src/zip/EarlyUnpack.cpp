@@ -125,15 +125,10 @@ std::optional<std::pair<ZipReader::Entry, std::uint64_t>> EarlyUnpack::entryAt(s
     }
     const std::uint64_t bodyStart = offset + format::localSize + fields.nameLength + fields.extraLength;
     if (length < bodyStart) return std::nullopt;
-    ZipReader::Entry entry;
-    entry.name =
+    auto name =
         zip::decodeUtf8Lossy(readAt(fd_.get(), offset + format::localSize, fields.nameLength, archive_));
-    if (!zip::isSafeEntryName(entry.name)) throw Stop{};
-    entry.method = fields.method;
-    entry.crc32 = fields.crc32;
-    entry.compressedSize = fields.compressedSize;
-    entry.uncompressedSize = fields.uncompressedSize;
-    entry.localHeaderOffset = static_cast<std::int64_t>(offset);
+    if (!zip::isSafeEntryName(name)) throw Stop{};
+    auto entry = zip::entryOf(fields, std::move(name), static_cast<std::int64_t>(offset));
     return std::pair{std::move(entry), bodyStart};
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
 
 #include "zip/ByteCursor.h"
+#include "zip/ZipReader.h"
 
 namespace velmora::zip {
 
@@ -31,6 +34,19 @@ inline HeaderFields readHeaderFields(ByteCursor& cursor) {
     fields.nameLength = cursor.u16();
     fields.extraLength = cursor.u16();
     return fields;
+}
+
+// The entry these fields describe, with its name and where its local header starts.
+inline ZipReader::Entry entryOf(const HeaderFields& fields, std::string name,
+                                std::int64_t localHeaderOffset) {
+    ZipReader::Entry entry;
+    entry.name = std::move(name);
+    entry.method = fields.method;
+    entry.compressedSize = fields.compressedSize;
+    entry.uncompressedSize = fields.uncompressedSize;
+    entry.crc32 = fields.crc32;
+    entry.localHeaderOffset = localHeaderOffset;
+    return entry;
 }
 
 }  // namespace velmora::zip

@@ -107,15 +107,9 @@ ZipReader::Entry readCentralRecord(std::span<const std::byte> archive, std::uint
     const std::uint32_t localHeaderOffset = record.u32();
     refuseUnsupportedEntry(fields.flags, startDisk, fields.compressedSize, fields.uncompressedSize,
                            localHeaderOffset);
-    ZipReader::Entry entry;
-    entry.method = fields.method;
-    entry.crc32 = fields.crc32;
-    entry.compressedSize = fields.compressedSize;
-    entry.uncompressedSize = fields.uncompressedSize;
-    entry.localHeaderOffset = localHeaderOffset;
-    entry.name = zip::decodeUtf8Lossy(record.take(fields.nameLength));
+    auto name = zip::decodeUtf8Lossy(record.take(fields.nameLength));
     position += format::centralSize + fields.nameLength + fields.extraLength + commentLength;
-    return entry;
+    return zip::entryOf(fields, std::move(name), localHeaderOffset);
 }
 
 }  // namespace
