@@ -4,6 +4,7 @@
 
 #include "StoreFixture.h"
 #include "store/AppGroupContainers.h"
+#include "store/Bundle.h"
 #include "store/Entitlements.h"
 
 namespace velmora {
@@ -127,6 +128,30 @@ TEST(ContainerStoreTest, TheProcessContainerIsReadyAndVoicesIsCreatedOnlyOnReque
     EXPECT_EQ(VoiceStore::root(true), test::StoreWorld::voices());
     EXPECT_TRUE(fs::is_directory(test::StoreWorld::voices()));
     fs::remove_all(test::StoreWorld::voices());
+}
+
+TEST(BundleTest, ResourcesComeFromTheFirstPlugInElseTheApplication) {
+    TempDir app;
+    auto application = *Bundle::open(app.path());
+    EXPECT_EQ(Bundle::chooseResourcesBundle(application).folder(), app.path()) << "no PlugIns folder";
+
+    fs::create_directories(app / "PlugIns/Readme.txt");
+    EXPECT_EQ(Bundle::chooseResourcesBundle(application).folder(), app.path()) << "no .appex entry";
+
+    writeFile(app / "PlugIns/A.appex", "a file cannot be opened as a bundle");
+    EXPECT_EQ(Bundle::chooseResourcesBundle(application).folder(), app.path()) << "first .appex unusable";
+
+    fs::remove(app / "PlugIns/A.appex");
+    fs::create_directories(app / "PlugIns/B.appex/Resources");
+    auto chosen = Bundle::chooseResourcesBundle(application);
+    EXPECT_EQ(chosen.folder(), app / "PlugIns/B.appex");
+    EXPECT_EQ(chosen.resourceFolder(), app / "PlugIns/B.appex/Resources");
+    EXPECT_EQ(application.resourceFolder(), std::nullopt);
+}
+
+TEST(BundleTest, MainBundleIsTheFolderOfTheRunningExecutable) {
+    EXPECT_TRUE(fs::exists(Bundle::main().folder() / "store_test"));
+    EXPECT_FALSE(Bundle::open(Bundle::main().folder() / "store_test")) << "a file is not a bundle";
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "store/ByteCount.h"
 #include "store/ContainerStatus.h"
+#include "store/VoiceId.h"
 #include "store/VoiceStore.h"
 
 namespace velmora {
@@ -44,6 +45,17 @@ TEST(ByteCountTest, FormatsFileSizesInDecimalUnits) {
         {1200000000, "1.2 GB"}, {999950000, "1 GB"},   {-532, "-532 bytes"}, {3000000000000, "3 TB"},
     };
     for (const auto& [bytes, text] : cases) EXPECT_EQ(formatByteCount(bytes), text) << bytes;
+}
+
+TEST(VoiceIdTest, ParsesReleaseAndPlainLocaleOnly) {
+    auto id = VoiceId::parse("ios6/en-US");
+    ASSERT_TRUE(id);
+    EXPECT_EQ(id->release.name, "ios6");
+    EXPECT_EQ(id->locale, "en-US");
+    EXPECT_EQ(id->text(), "ios6/en-US");
+    for (const char* bad : {"ios6", "ios8/en-US", "ios6/", "ios6/..", "ios6/en/US", "/en-US", "iOS6/en-US"}) {
+        EXPECT_FALSE(VoiceId::parse(bad)) << bad;
+    }
 }
 
 }  // namespace
