@@ -7,6 +7,7 @@
 #include "presenters/EnhancedTexts.h"
 #include "presenters/MainWindowTexts.h"
 #include "presenters/SectionHeader.h"
+#include "presenters/TransferTexts.h"
 
 namespace velmora {
 namespace {
@@ -89,6 +90,19 @@ TEST(PresentersTest, Announcements) {
         {"catalog", Announcements::catalogLoaded(1), "Catalog loaded, 1 voice."},
         {"catalog failed", Announcements::catalogFailed("Not Found"),
          "The catalog could not be read: Not Found"},
+    });
+}
+
+TEST(PresentersTest, TransferProgressLine) {
+    const auto line = transferProgressText;
+    expectAll({
+        {"example", line(12'400'000, 30'000'000, 5'100'000), "12.4 of 30.0 MB, 5.1 MB/s, 3 s left"},
+        {"rate not known yet", line(0, 30'000'000, 0), "0.0 of 30.0 MB"},
+        {"no total", line(1'240'000, 0, 500'000), "1.2 MB, 0.5 MB/s"},
+        {"done", line(30'000'000, 30'000'000, 5'000'000), "30.0 of 30.0 MB, 5.0 MB/s, 0 s left"},
+        {"minutes, rounded up", line(0, 300'000'000, 1'000'000), "0.0 of 300.0 MB, 1.0 MB/s, 5 min left"},
+        {"hours", line(0, 7'500'000'000, 1'000'000), "0.0 of 7500.0 MB, 1.0 MB/s, 2 h 5 min left"},
+        {"99 s stays in seconds", line(1, 99'000'001, 1'000'000), "0.0 of 99.0 MB, 1.0 MB/s, 99 s left"},
     });
 }
 

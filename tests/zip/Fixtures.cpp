@@ -42,15 +42,10 @@ HandZip handZip(const std::vector<HandEntry>& entries) {
         const auto crc = crc32(0, reinterpret_cast<const Bytef*>(e.content.data()), e.content.size());
         // Alike in both headers: version needed, flags, method, time and date, CRC-32, sizes, name
         // and extra field lengths.
-        const std::string fields = little({{20, 2},
-                                           {0, 2},
-                                           {e.level < 0 ? 0U : 8U, 2},
-                                           {0, 4},
-                                           {crc, 4},
-                                           {data.size(), 4},
-                                           {e.content.size(), 4},
-                                           {e.name.size(), 2},
-                                           {0, 2}});
+        // clang-format off
+        const std::string fields = little({{20, 2}, {0, 2}, {e.level < 0 ? 0U : 8U, 2}, {0, 4}, {crc, 4},
+                                           {data.size(), 4}, {e.content.size(), 4}, {e.name.size(), 2}, {0, 2}});
+        // clang-format on
         // Signature, version made by, the fields, comment length, disk, attributes, local header offset.
         central += little({{0x02014B50, 4}, {20, 2}}) + fields + std::string(10, '\0') +
                    little({{zip.bytes.size(), 4}}) + e.name;
@@ -59,13 +54,10 @@ HandZip handZip(const std::vector<HandEntry>& entries) {
     zip.directory = zip.bytes.size();
     zip.end = zip.directory + central.size();
     // Signature, disks, records on this disk and in all, directory size and offset, comment length.
-    zip.bytes += central + little({{0x06054B50, 4},
-                                   {0, 4},
-                                   {entries.size(), 2},
-                                   {entries.size(), 2},
-                                   {central.size(), 4},
-                                   {zip.directory, 4},
-                                   {0, 2}});
+    // clang-format off
+    zip.bytes += central + little({{0x06054B50, 4}, {0, 4}, {entries.size(), 2}, {entries.size(), 2},
+                                   {central.size(), 4}, {zip.directory, 4}, {0, 2}});
+    // clang-format on
     return zip;
 }
 
