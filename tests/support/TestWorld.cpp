@@ -1,16 +1,30 @@
 #include "support/TestWorld.h"
 
+#include <sdbus-c++/sdbus-c++.h>
 #include <unicode/locid.h>
 
 #include <cstdlib>
 #include <map>
 
-#include "support/BusEnvironment.h"
 #include "support/Entitlement.h"
 #include "support/Files.h"
 
 namespace velmora::test {
 namespace fs = std::filesystem;
+namespace {
+
+// Sets `variables` in this process and in the session bus's activation environment, so that a
+// provider the bus starts on demand sees the same folders as the test.
+void shareWithActivatedServices(const std::map<std::string, std::string>& variables) {
+    for (const auto& [name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
+    auto connection = sdbus::createSessionBusConnection();
+    sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus")
+        ->callMethod("UpdateActivationEnvironment")
+        .onInterface("org.freedesktop.DBus")
+        .withArguments(variables);
+}
+
+}  // namespace
 
 const fs::path& TestWorld::folder() {
     static const TempDir dir;
