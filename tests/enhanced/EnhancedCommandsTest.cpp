@@ -17,44 +17,13 @@ namespace velmora::test {
 namespace {
 namespace fs = std::filesystem;
 
-// A forward proxy on loopback: answers each absolute-form request ("GET http://host:port/path")
-// with what the origin answers, and keeps the paths it was asked for.
+// A proxy on loopback, as http_proxy and https_proxy name one: a CONNECT is answered with "200
+// Connection established", an absolute-form request ("GET http://host:port/path") is passed on in
+// origin form; then bytes are copied both ways until a side closes. Keeps the CONNECT targets and
+// the paths it was asked for.
 class LoopbackProxy {
 public:
-    std::string url() const { return server_.url("/"); }
-    std::vector<std::string> paths() const {
-        std::lock_guard lock(mutex_);
-        return paths_;
-    }
-
-private:
-    void forward(const httplib::Request& request, httplib::Response& response) {
-        const auto host = request.target.find('/', request.target.find("://") + 3);
-        {
-            std::lock_guard lock(mutex_);
-            paths_.push_back(request.target.substr(host));
-        }
-        httplib::Client origin(request.target.substr(0, host));
-        if (const auto answer = origin.Get(request.target.substr(host))) {
-            response.status = answer->status;
-            response.set_content(answer->body, answer->get_header_value("Content-Type"));
-        } else {
-            response.status = 502;
-        }
-    }
-
-    mutable std::mutex mutex_;
-    std::vector<std::string> paths_;
-    LoopbackServer server_{[this](httplib::Server& s) {
-        s.Get(".*", [this](const httplib::Request& q, httplib::Response& r) { forward(q, r); });
-    }};
-};
-
-// A tunnelling proxy on loopback, as https_proxy names one: answers a CONNECT with "200
-// Connection established", then copies bytes both ways until a side closes; keeps the targets.
-class TunnelProxy {
-public:
-    TunnelProxy() {
+    LoopbackProxy() {
         sockaddr_in address = loopback(0);
         socklen_t length = sizeof address;
         if (::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), length) != 0 ||
@@ -69,11 +38,11 @@ public:
             }
         });
     }
-    ~TunnelProxy() { ::shutdown(listener_.get(), SHUT_RDWR); }
+    ~LoopbackProxy() { ::shutdown(listener_.get(), SHUT_RDWR); }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
-    std::vector<std::string> targets() const {
+    std::vector<std::string> asked() const {
         const std::lock_guard lock(mutex_);
-        return targets_;
+        return asked_;
     }
 
 private:
@@ -85,20 +54,22 @@ private:
         return address;
     }
 
-    // "CONNECT 127.0.0.1:PORT HTTP/1.1", headers, a blank line; then the tunnel.
     void tunnel(UniqueFd client) {
-        std::string request;
-        for (char c; !request.ends_with("\r\n\r\n") && ::read(client.get(), &c, 1) == 1;) request += c;
-        const std::string target = request.substr(8, request.find(' ', 8) - 8);
+        std::string head;
+        for (char c; !head.ends_with("\r\n\r\n") && ::read(client.get(), &c, 1) == 1;) head += c;
+        const bool connect = head.starts_with("CONNECT ");
+        const auto at = head.find(' ') + 1;
+        const std::string target = head.substr(at, head.find(' ', at) - at);
+        const auto path = connect ? target.size() : target.find('/', target.find("://") + 3);
         {
             const std::lock_guard lock(mutex_);
-            targets_.push_back(target);
+            asked_.push_back(connect ? target : target.substr(path));
         }
+        head = connect ? "HTTP/1.1 200 Connection established\r\n\r\n" : head.erase(at, path);
         const UniqueFd origin(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        const sockaddr_in address = loopback(std::stoi(target.substr(target.rfind(':') + 1)));
-        const std::string established = "HTTP/1.1 200 Connection established\r\n\r\n";
+        const sockaddr_in address = loopback(std::stoi(target.substr(target.rfind(':', path) + 1)));
         if (::connect(origin.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-            ::write(client.get(), established.data(), established.size()) < 0)
+            ::write(connect ? client.get() : origin.get(), head.data(), head.size()) < 0)
             return;
         pollfd ends[2] = {{client.get(), POLLIN, 0}, {origin.get(), POLLIN, 0}};
         char buffer[65536];
@@ -116,7 +87,7 @@ private:
     UniqueFd listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
     int port_ = 0;
     mutable std::mutex mutex_;
-    std::vector<std::string> targets_;
+    std::vector<std::string> asked_;
     std::vector<std::jthread> tunnels_;
     std::jthread acceptor_;
 };
@@ -221,33 +192,59 @@ TEST_F(EnhancedCommandsTest, CtrlCWhileUnpackingSaysAtOnceThatTheInstallFinishes
     EXPECT_TRUE(fs::is_empty(bundle_.voices() / ".staging"));
 }
 
+// install --from: an archive the user has is installed only when it matches the catalog's checksum;
+// a catalog that cannot be read, or a web page in its place, refuses it.
+TEST_F(EnhancedCommandsTest, InstallFromFileOnlyTheArchiveTheCatalogNames) {
+    writeFile(files_ / "portal.html", "<html><head><title>Sign in to Station WiFi</title></head></html>");
+    writeFile(files_ / "other.zip", makeZip({"voice/broker.hdr.asset", "Other"}));
+    writeFile(files_ / "cut.zip", archive_.substr(0, archive_.size() / 2));
+    const std::string notPublished =
+        " is not the archive Apple published for ios6/fr-FR: its checksum "
+        "does not match. Nothing was installed.";
+    // Catalog address, archive, and the error (empty: installed).
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"/catalog.xml", "other.zip", "ios6/fr-FR: other.zip" + notPublished},
+        {"/catalog.xml", "cut.zip", "ios6/fr-FR: cut.zip" + notPublished},
+        {"/portal.html", "fr-FR.zip",
+         "An archive is installed only when Apple's voice catalog can be read, because the archive "
+         "must match the checksum published there. The catalog could not be read: Apple's voice "
+         "catalog was answered by a web page titled \"Sign in to Station WiFi\" (Content-Type: "
+         "text/html), not the catalog. A captive portal, a proxy or a login page may be in the way: "
+         "sign in to the network in a web browser, then try again."},
+        {"/catalog.xml", "fr-FR.zip", ""},
+    };
+    for (const auto& [catalog, file, error] : cases) {
+        ::setenv("VELMORA_CATALOG_URL", server_.url(catalog).c_str(), 1);
+        const auto result = bundle_.run({"install", "--from", (files_ / file).string(), "ios6/fr-FR"});
+        EXPECT_EQ(result.err, error.empty() ? "" : "velmora-cli: " + error + "\n") << file;
+        EXPECT_EQ(fs::exists(bundle_.voices() / "ios6/fr-FR/broker.hdr"), error.empty()) << file;
+        EXPECT_TRUE(fs::exists(files_ / file));
+    }
+    EXPECT_EQ(readFile(bundle_.voices() / "ios6/fr-FR/broker.hdr"), "Amelie");
+}
+
 // The standard proxy variables are honoured: requests go through http_proxy unless no_proxy names
 // the host, and a proxy that cannot be reached fails the command with a clear error.
 TEST_F(EnhancedCommandsTest, DownloadsGoThroughTheProxyTheEnvironmentNames) {
     const LoopbackProxy proxy;
     const std::string closedProxy = [] { return LoopbackServer([](httplib::Server&) {}).url("/"); }();
     const std::vector<std::string> both{"/catalog.xml", "/fr-FR.zip"};
-    const struct {
-        const char* name;
-        std::string httpProxy, noProxy;
-        std::vector<std::string> proxied;  // what the proxy has seen afterwards
-        std::string err;
-    } cases[] = {
-        {"through the proxy", proxy.url(), "", both, ""},
-        {"host in no_proxy", proxy.url(), "example.org,127.0.0.1", both, ""},
-        {"proxy closed", closedProxy, "", both,
+    // http_proxy, no_proxy, what the proxy has been asked for afterwards, and the error.
+    const std::tuple<std::string, std::string, std::vector<std::string>, std::string> cases[] = {
+        {proxy.url(), "", both, ""},
+        {proxy.url(), "example.org,127.0.0.1", both, ""},  // the host is in no_proxy
+        {closedProxy, "", both,
          "velmora-cli: Could not connect to the server, or to the proxy that http_proxy names (" +
              closedProxy + ").\n"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [httpProxy, noProxy, proxied, err] : cases) {
         auto environment = bundle_.environment();
-        environment.insert({{"http_proxy", c.httpProxy}, {"no_proxy", c.noProxy}, {"NO_PROXY", ""}});
+        environment.insert({{"http_proxy", httpProxy}, {"no_proxy", noProxy}, {"NO_PROXY", ""}});
         const auto result =
             runProcess(bundle_.folder() / "velmora-cli", {"install", "ios6/fr-FR"}, environment);
-        EXPECT_EQ(result.exitStatus, c.err.empty() ? 0 : 1);
-        EXPECT_EQ(result.err, c.err);
-        EXPECT_EQ(proxy.paths(), c.proxied);
+        EXPECT_EQ(result.exitStatus, err.empty() ? 0 : 1) << noProxy;
+        EXPECT_EQ(result.err, err);
+        EXPECT_EQ(proxy.asked(), proxied) << noProxy;
     }
 }
 
@@ -259,7 +256,7 @@ TEST_F(EnhancedCommandsTest, HttpsGoesThroughTheTunnelThatHttpsProxyNames) {
                                 &identity);
     writeFile(files_ / "secure.xml",
               catalogXml({servedAsset("4", "fr-FR", secure.url("/"), "fr-FR.zip", archive_)}));
-    const TunnelProxy proxy;
+    const LoopbackProxy proxy;
     auto environment = bundle_.environment();
     environment.insert({{"VELMORA_CATALOG_URL", secure.url("/secure.xml")},
                         {"VELMORA_CA_FILE", identity.certificate.string()},
@@ -270,7 +267,7 @@ TEST_F(EnhancedCommandsTest, HttpsGoesThroughTheTunnelThatHttpsProxyNames) {
     EXPECT_EQ(result.exitStatus, 0) << result.err;
     EXPECT_EQ(readFile(bundle_.voices() / "ios6/fr-FR/broker.hdr"), "Amelie");
     const std::string server = secure.url("").substr(std::string("https://").size());
-    EXPECT_EQ(proxy.targets(), (std::vector<std::string>{server, server}));
+    EXPECT_EQ(proxy.asked(), (std::vector<std::string>{server, server}));
 }
 
 }  // namespace
