@@ -7,6 +7,7 @@
 #include "enhanced/HttpTransfer.h"
 #include "support/Files.h"
 #include "support/Process.h"
+#include "support/TestWorld.h"
 
 namespace velmora::test {
 namespace {
@@ -88,31 +89,6 @@ TEST(CatalogTest, VoicesComeInDisplayOrder) {
               "ios5/fr-FR ios5/de-DE ios5/en-US ios6/en-AU ios6/en-GB ios6/it-IT ios6/it-IT "
               "ios7/en-US");
     EXPECT_EQ(parse(xml).at(5).masteredVersion, "first");
-}
-
-TEST(CatalogTest, AMirrorOverHttpsIsTrustedOnlyWithItsAuthorityAdded) {
-    TempDir folder;
-    const TlsIdentity identity = TlsIdentity::create(folder.path());
-    const std::string catalog = catalogXml({assetXml("4", "en-US")});
-    LoopbackServer mirror(
-        [&](httplib::Server& routes) {
-            routes.Get("/catalog.xml", [&](const httplib::Request&, httplib::Response& response) {
-                response.set_content(catalog, "application/xml");
-            });
-        },
-        &identity);
-    const auto fetched = [&](const std::string& caFile) {
-        ::setenv("VELMORA_CA_FILE", caFile.c_str(), 1);
-        try {
-            return EnhancedVoiceCatalog::fetch(mirror.url("/catalog.xml")).at(0).id();
-        } catch (const std::exception& error) {
-            return std::string(error.what());
-        }
-    };
-    EXPECT_EQ(fetched(""), "A secure connection to the server could not be made.") << "unknown authority";
-    EXPECT_EQ(fetched(identity.certificate.string()), "ios6/en-US");
-    EXPECT_NE(fetched((folder / "missing.pem").string()), "ios6/en-US");
-    ::unsetenv("VELMORA_CA_FILE");
 }
 
 const std::string body = [s = std::string()]() mutable {
@@ -238,3 +214,18 @@ TEST(BackgroundSha1Test, DigestsTheBytesInOrderAcrossBlocks) {
 
 }  // namespace
 }  // namespace velmora::test
+
+// Entitles the process, writes this bundle's compact data and sets the user's locale, once.
+int main(int argc, char** argv) {
+    using namespace velmora::test;
+    TestWorld::entitle("group.test.enhanced");
+    // Voice names that the display order uses, and dictionaries that installs copy into packs.
+    TestWorld::writeCompactData({{"ios5/TTSResources/en-US/broker.hdr", brokerHeader("Samantha")},
+                                 {"ios6/TTSResources/en-US/user_rules.txt", "rules"},
+                                 {"ios6/TTSResources/en-US/en_userdct.dat", "dictionary"},
+                                 {"ios6/TTSResources/en-AU/broker.hdr", brokerHeader("daniel")},
+                                 {"ios6/TTSResources/en-GB/broker.hdr", brokerHeader("DANIEL")}});
+    TestWorld::useUsEnglish();
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
