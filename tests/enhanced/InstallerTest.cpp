@@ -3,6 +3,7 @@
 #include <atomic>
 #include <limits>
 #include <map>
+#include <random>
 #include <regex>
 
 #include "Fixtures.h"
@@ -185,17 +186,10 @@ struct CuttingServer {
     }
 };
 
-std::string incompressible(std::size_t size) {
-    std::string bytes(size, '\0');
-    std::uint32_t state = 12345;
-    for (auto& byte : bytes)
-        byte = static_cast<char>('!' + ((state = state * 1103515245 + 12345) >> 16) % 90);
-    return bytes;
-}
-
 TEST_F(InstallerTest, ASecondInstallFetchesTheRestOrStartsOverAndIsVerified) {
-    const std::string archive =
-        makeZip({"v/broker.hdr.asset", "Resumed", "v/voice.dat", incompressible(100'000)});
+    std::string noise(100'000, '\0');  // printable, since it passes through a command line
+    std::ranges::generate(noise, [random = std::minstd_rand(1)]() mutable { return '!' + random() % 90; });
+    const std::string archive = makeZip({"v/broker.hdr.asset", "Resumed", "v/voice.dat", noise});
     using P = CuttingServer::Policy;
     // Policy, and whether the second install fetches only the rest (else the whole file again).
     const std::pair<P, bool> cases[] = {
