@@ -110,19 +110,17 @@ void archiveRoutes(httplib::Server& routes) {
             return true;
         });
     });
-    // Announce the whole body and send half of it, then nothing for 3 seconds or close the connection.
-    for (const bool silent : {true, false}) {
-        routes.Get(
-            silent ? "/silent" : "/dropped", [silent](const httplib::Request&, httplib::Response& response) {
-                response.set_content_provider(body.size(), "application/zip",
-                                              [silent](std::size_t at, std::size_t, httplib::DataSink& sink) {
-                                                  if (at == 0)
-                                                      return sink.write(body.data(), body.size() / 2);
-                                                  if (silent)
-                                                      std::this_thread::sleep_for(std::chrono::seconds(3));
-                                                  return false;
-                                              });
-            });
+    // Both announce the whole body and send half of it; then "/silent" says nothing for 3 seconds and
+    // "/dropped" closes the connection.
+    for (const std::string path : {"/silent", "/dropped"}) {
+        routes.Get(path, [path](const httplib::Request&, httplib::Response& response) {
+            const auto half = [path](std::size_t at, std::size_t, httplib::DataSink& sink) {
+                if (at == 0) return sink.write(body.data(), body.size() / 2);
+                if (path == "/silent") std::this_thread::sleep_for(std::chrono::seconds(3));
+                return false;
+            };
+            response.set_content_provider(body.size(), "application/zip", half);
+        });
     }
 }
 

@@ -125,11 +125,8 @@ TEST_F(EnhancedCommandsTest, InstallThenListTheSortedCatalog) {
               "ios6/de-DE\tGerman (Germany)\t1 KB\tavailable\n"
               "ios6/it-IT\tItalian (Italy)\t1 KB\tavailable\n");
     auto json = nlohmann::json::parse(bundle_.run({"catalog", "--json"}).out);
-    std::string sha1;
-    for (std::byte value : sha1Of(archive_))
-        for (int shift : {4, 0}) sha1 += "0123456789abcdef"[(std::to_integer<int>(value) >> shift) & 15];
     EXPECT_EQ(json[0]["state"], "installed");
-    EXPECT_EQ(json[0]["sha1"], sha1);
+    EXPECT_EQ(json[0]["sha1"], runProcess("/usr/bin/sha1sum", {files_ / "fr-FR.zip"}).out.substr(0, 40));
     EXPECT_EQ(json[0]["downloadSize"], 1000);
     EXPECT_EQ(json[0]["installedSize"], 4000);
 }
