@@ -125,8 +125,6 @@ TEST_F(InstallerTest, InstallsReinstallsAndInstallsAtOnceSweepingOnlyAbandonedSt
     ASSERT_GE(events.size(), 3u);
     EXPECT_EQ(std::vector(events.end() - 3, events.end()),
               (std::vector<std::string>{"progress 1", "unpacking", installed}));
-    EXPECT_EQ(std::ranges::count(events, "unpacking"), 1);
-    EXPECT_TRUE(fs::is_empty(staging()));
     const StagingFolder running = StagingFolder::create(voices());
     EXPECT_TRUE(std::regex_match(running.path().filename().string(),
                                  std::regex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}")));
