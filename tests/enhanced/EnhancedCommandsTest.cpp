@@ -1,17 +1,16 @@
 // velmora-cli catalog and install against a catalog and archives served on loopback.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "Fixtures.h"
 #include "base/UniqueFd.h"
 #include "cli/CliBundle.h"
+#include "support/Watched.h"
 
 namespace velmora::test {
 namespace {
@@ -19,7 +18,7 @@ namespace fs = std::filesystem;
 
 // A proxy on loopback, as http_proxy and https_proxy name one: a CONNECT is answered with "200
 // Connection established", an absolute-form request ("GET http://host:port/path") is passed on in
-// origin form; then bytes are copied both ways until a side closes. Keeps the CONNECT targets and
+// origin form; then bytes are copied each way until its sender closes. Keeps the CONNECT targets and
 // the paths it was asked for.
 class LoopbackProxy {
 public:
@@ -32,22 +31,25 @@ public:
             throw std::runtime_error("cannot listen on loopback");
         port_ = ntohs(address.sin_port);
         acceptor_ = std::jthread([this] {
-            for (int client; (client = ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
-                const std::lock_guard lock(mutex_);
+            for (int client; (client = ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;)
                 tunnels_.emplace_back([this, client] { tunnel(UniqueFd(client)); });
-            }
         });
     }
     ~LoopbackProxy() { ::shutdown(listener_.get(), SHUT_RDWR); }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port_); }
     std::vector<std::string> asked() const {
-        const std::lock_guard lock(mutex_);
-        return asked_;
+        return asked_.waitUntil([](const auto&) { return true; });
     }
 
 private:
     static sockaddr_in loopback(int port) {
         return {AF_INET, htons(static_cast<std::uint16_t>(port)), {htonl(INADDR_LOOPBACK)}, {}};
+    }
+    static void copy(int from, int to) {
+        char buffer[65536];
+        for (ssize_t count; (count = ::read(from, buffer, sizeof buffer)) > 0;)
+            if (::send(to, buffer, static_cast<std::size_t>(count), MSG_NOSIGNAL) != count) break;
+        ::shutdown(to, SHUT_WR);
     }
 
     void tunnel(UniqueFd client) {
@@ -57,33 +59,20 @@ private:
         const auto at = head.find(' ') + 1;
         const std::string target = head.substr(at, head.find(' ', at) - at);
         const auto path = connect ? target.size() : target.find('/', target.find("://") + 3);
-        {
-            const std::lock_guard lock(mutex_);
-            asked_.push_back(connect ? target : target.substr(path));
-        }
+        asked_.change([&](auto& asked) { asked.push_back(connect ? target : target.substr(path)); });
         head = connect ? "HTTP/1.1 200 Connection established\r\n\r\n" : head.erase(at, path);
         const UniqueFd origin(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         const sockaddr_in address = loopback(std::stoi(target.substr(target.rfind(':', path) + 1)));
         if (::connect(origin.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
             ::write(connect ? client.get() : origin.get(), head.data(), head.size()) < 0)
             return;
-        pollfd ends[2] = {{client.get(), POLLIN, 0}, {origin.get(), POLLIN, 0}};
-        char buffer[65536];
-        while (::poll(ends, 2, 10'000) > 0) {
-            for (int i = 0; i < 2; ++i) {
-                if (ends[i].revents == 0) continue;
-                const ssize_t count = ::read(ends[i].fd, buffer, sizeof buffer);
-                if (count <= 0 ||
-                    ::send(ends[1 - i].fd, buffer, static_cast<std::size_t>(count), MSG_NOSIGNAL) != count)
-                    return;
-            }
-        }
+        std::jthread back([&] { copy(origin.get(), client.get()); });
+        copy(client.get(), origin.get());
     }
 
     UniqueFd listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
     int port_ = 0;
-    mutable std::mutex mutex_;
-    std::vector<std::string> asked_;
+    mutable Watched<std::vector<std::string>> asked_;
     std::vector<std::jthread> tunnels_;
     std::jthread acceptor_;
 };
