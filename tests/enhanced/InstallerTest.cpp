@@ -170,17 +170,15 @@ struct CuttingServer {
                                                      std::to_string(archive.size()));
         }
         const std::size_t end = first ? archive.size() / 2 : archive.size();
+        const auto send = [this, from, end](std::size_t at, httplib::DataSink& sink) {
+            if (from + at >= end) return false;  // cut (first request) or done
+            sent += end - from - at;
+            sink.write(archive.data() + from + at, end - from - at);
+            if (end == archive.size()) sink.done();
+            return true;
+        };
         // Chunked, so that the server library leaves the Range header to this handler.
-        response.set_chunked_content_provider("application/zip",
-                                              [this, from, end](std::size_t at, httplib::DataSink& sink) {
-                                                  if (from + at >= end)
-                                                      return false;  // cut (first request) or done
-                                                  const std::size_t count = end - from - at;
-                                                  sent += count;
-                                                  sink.write(archive.data() + from + at, count);
-                                                  if (end == archive.size()) sink.done();
-                                                  return true;
-                                              });
+        response.set_chunked_content_provider("application/zip", send);
     }
 };
 
