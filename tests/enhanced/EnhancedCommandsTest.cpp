@@ -121,26 +121,25 @@ TEST_F(EnhancedCommandsTest, InstallThenListTheSortedCatalog) {
 }
 
 TEST_F(EnhancedCommandsTest, FailuresExitWithTheErrorText) {
-    const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"install", "ios7/fr-FR"}, "ios7/fr-FR is not in Apple's voice catalog."},
-        {{"install", "ios6"},
-         "\"ios6\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, with RELEASE one of ios5, ios6, "
-         "ios7."}};
-    for (const auto& [arguments, error] : cases) {
-        const auto failed = bundle_.run(arguments);
-        EXPECT_EQ(failed.exitStatus, 1) << error;
-        EXPECT_EQ(failed.err, "velmora-cli: " + error + "\n");
-    }
-
     const auto interrupted = interruptedAt("ios6/it-IT: downloading", {"install", "ios6/it-IT"});
     EXPECT_EQ(interrupted.exitStatus, 1);
     EXPECT_EQ(interrupted.err, "velmora-cli: ios6/it-IT: The download was cancelled.\n");
     EXPECT_TRUE(fs::is_empty(bundle_.voices() / ".staging"));
     EXPECT_FALSE(fs::exists(bundle_.voices() / "ios6/it-IT"));
-    ::setenv("VELMORA_CATALOG_URL", server_.url("/missing.xml").c_str(), 1);
-    const auto missing = bundle_.run({"catalog"});
-    EXPECT_EQ(missing.exitStatus, 1);
-    EXPECT_EQ(missing.err, "velmora-cli: Apple's voice catalog answered with HTTP 404.\n");
+    // Catalog address, arguments, and the error.
+    const std::tuple<std::string, std::vector<std::string>, std::string> cases[] = {
+        {"/catalog.xml", {"install", "ios7/fr-FR"}, "ios7/fr-FR is not in Apple's voice catalog."},
+        {"/catalog.xml",
+         {"install", "ios6"},
+         "\"ios6\" is not a voice: write RELEASE/LOCALE, such as ios6/en-US, with RELEASE one of ios5, ios6, "
+         "ios7."},
+        {"/missing.xml", {"catalog"}, "Apple's voice catalog answered with HTTP 404."}};
+    for (const auto& [catalog, arguments, error] : cases) {
+        ::setenv("VELMORA_CATALOG_URL", server_.url(catalog).c_str(), 1);
+        const auto failed = bundle_.run(arguments);
+        EXPECT_EQ(failed.exitStatus, 1) << error;
+        EXPECT_EQ(failed.err, "velmora-cli: " + error + "\n");
+    }
 }
 
 TEST_F(EnhancedCommandsTest, CtrlCWhileUnpackingSaysAtOnceThatTheInstallFinishes) {
