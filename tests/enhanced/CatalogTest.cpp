@@ -19,13 +19,11 @@ std::vector<EnhancedVoice> parse(const std::string& text) {
 
 // The voices' ids, space-separated, or the error's text.
 std::string parsed(const std::string& text) {
-    try {
-        std::string ids;
+    std::string ids;
+    const std::string error = errorOf([&] {
         for (const auto& voice : parse(text)) ids += (ids.empty() ? "" : " ") + voice.id();
-        return ids;
-    } catch (const std::exception& error) {
-        return error.what();
-    }
+    });
+    return error.empty() ? ids : error;
 }
 
 TEST(CatalogTest, AssetsBecomeVoicesInBothForms) {
@@ -136,12 +134,7 @@ protected:
             reports_.push_back(fraction);
             if (cancel) stop.request_stop();
         });
-        try {
-            job.run(server_.url(path), destination_, stop.get_token());
-            return "";
-        } catch (const std::exception& error) {
-            return error.what();
-        }
+        return errorOf([&] { job.run(server_.url(path), destination_, stop.get_token()); });
     }
 
     LoopbackServer server_{archiveRoutes};
@@ -184,12 +177,9 @@ TEST_F(DownloadJobTest, CompleteFileWithOneReportedLastOrTheOlderFileAlone) {
 
 TEST_F(DownloadJobTest, AServerSilentForTheStallLimitEndsTheTransfer) {
     HttpTransfer transfer(server_.url("/silent"), std::chrono::seconds(1));
-    try {
-        transfer.run([](std::span<const std::byte>, const HttpTransfer::Head&) {}, {});
-        ADD_FAILURE() << "the transfer ended normally";
-    } catch (const std::exception& error) {
-        EXPECT_STREQ(error.what(), "The server stopped answering for 1 second.");
-    }
+    EXPECT_EQ(
+        errorOf([&] { transfer.run([](std::span<const std::byte>, const HttpTransfer::Head&) {}, {}); }),
+        "The server stopped answering for 1 second.");
 }
 
 // The hashing thread gives the digest of the bytes in their order, pieces crossing its blocks and

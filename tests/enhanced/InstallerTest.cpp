@@ -52,16 +52,15 @@ protected:
             if (fraction == 1.0 && stopAt == StopAt::transferEnd) stop.request_stop();
             events.push_back(fraction == 1.0 ? "progress 1" : "progress");
         };
-        try {
-            const auto unpacking = [&] {
-                if (stopAt == StopAt::unpacking) stop.request_stop();
-                events.push_back("unpacking");
-            };
+        const auto unpacking = [&] {
+            if (stopAt == StopAt::unpacking) stop.request_stop();
+            events.push_back("unpacking");
+        };
+        const std::string error = errorOf([&] {
             const auto size = VoiceInstaller(voice, progress, unpacking, stop.get_token()).run();
             events.push_back("installed " + std::to_string(size));
-        } catch (const std::exception& error) {
-            events.push_back(error.what());
-        }
+        });
+        if (!error.empty()) events.push_back(error);
         return events;
     }
 
