@@ -35,6 +35,16 @@ std::string servedAsset(const std::string& format, const std::string& language, 
 // name ending in "/" is a folder.
 std::string makeZip(const std::vector<std::string>& namesAndContents);
 
+// The text of the error that `run` throws, or "" when it returns.
+inline std::string errorOf(const std::function<void()>& run) {
+    try {
+        run();
+        return "";
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
 // A certificate and its key (PEM files) for 127.0.0.1, signed by itself, made by the openssl tool.
 struct TlsIdentity {
     std::filesystem::path certificate;

@@ -33,9 +33,7 @@ TEST(NoContainerTest, StoreFailsSoftAndInstallExplainsTheContainerOfTheMoment) {
     // Nothing listens at this address: a download attempt would fail differently.
     const EnhancedVoice voice{ios6, "en-US", 0, 0, "http://127.0.0.1:9/", {}, ""};
     try {
-        VoiceInstaller(
-            voice, [](double) {}, [] { ADD_FAILURE() << "unpacking"; }, {})
-            .run();
+        VoiceInstaller(voice, {}, {}, {}).run();
         ADD_FAILURE() << "installed without a container";
     } catch (const InstallFailure& failure) {
         EXPECT_TRUE(std::string(failure.what()).starts_with("The app is entitled to G1 but"));
