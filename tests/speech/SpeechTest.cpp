@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "speech/StreamParser.h"
+#include "speech/VoiceList.h"
 
 namespace velmora {
 namespace {
@@ -35,16 +36,18 @@ Bytes event(const std::string& name) {
 }
 const Bytes header = text("0.01");
 
-// Feeds the bytes in pieces of `piece` bytes, then ends the stream.
-Outcome parse(const StreamFormat& format, const Bytes& bytes, std::size_t piece) {
+// Feeds the bytes in pieces of `piece` bytes, then ends the stream; adds its events to `events`.
+Outcome parse(const StreamFormat& format, const Bytes& bytes, std::size_t piece,
+              std::vector<StreamEvent>* events = nullptr) {
     StreamParser parser(format);
     std::vector<float> samples;
     for (std::size_t offset = 0; offset < bytes.size(); offset += piece) {
         const PcmBuffer buffer =
             parser.feed(std::span(bytes).subspan(offset, std::min(piece, bytes.size() - offset)));
-        EXPECT_EQ(buffer.samples.size() % static_cast<std::size_t>(format.channels),
-                  0u);  // whole frames only
+        EXPECT_EQ(buffer.samples.size() % static_cast<std::size_t>(format.channels), 0u) << "half a frame";
         samples.insert(samples.end(), buffer.samples.begin(), buffer.samples.end());
+        for (auto& e : parser.takeEvents())
+            if (events) events->push_back(std::move(e));
     }
     const Status status = parser.finish();
     return {samples, status, parser.problem()};
@@ -96,15 +99,10 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
 TEST(StreamParserTest, ReportsEventsAtTheFramesOfAudioBeforeThem) {
     const Bytes stream =
         header + event("word") + audio(s16({1, 2, 3})) + event("") + audio(s16({4})) + event("x");
+    using Type = StreamEvent::Type;
     for (auto piece : {1u, 5u, 1000u}) {
-        StreamParser parser(framedS16Mono);
         std::vector<StreamEvent> events;
-        for (std::size_t offset = 0; offset < stream.size(); offset += piece) {
-            parser.feed(
-                std::span(stream).subspan(offset, std::min<std::size_t>(piece, stream.size() - offset)));
-            for (auto& e : parser.takeEvents()) events.push_back(std::move(e));
-        }
-        using Type = StreamEvent::Type;
+        parse(framedS16Mono, stream, piece, &events);
         EXPECT_EQ(events,
                   (std::vector<StreamEvent>{
                       {Type::word, 4, 9, "word", 0}, {Type::word, 4, 9, "", 3}, {Type::word, 4, 9, "x", 4}}))
@@ -167,6 +165,54 @@ TEST(StreamFormatTest, ReadsTheFormatProvidersNameAndSaysWhyItCannotReadOne) {
         EXPECT_EQ(reading.problem,
                   "The voice's audio format \"" + std::string(text) + "\" cannot be read: " + why + ".");
     }
+}
+
+const std::string m(VoiceList::marker);
+
+std::vector<std::string> names(const std::vector<SpeechVoice>& voices) {
+    std::vector<std::string> result;
+    for (const auto& voice : voices) result.push_back(voice.name);
+    return result;
+}
+
+TEST(VoiceListTest, SortsByNameNumericallyIgnoringCaseKeepingEqualNamesInOrder) {
+    const struct {
+        const char* name;
+        std::vector<std::string> given, expected;
+        const char* locale;
+    } cases[] = {
+        {"case ignored, stable",
+         {"Bea", "ANNA", "alex", "anna", "Anna"},
+         {"alex", "ANNA", "anna", "Anna", "Bea"},
+         "en_US"},
+        {"locale's alphabet, English", {"Zara", "Örjan", "Olle"}, {"Olle", "Örjan", "Zara"}, "en_US"},
+        {"locale's alphabet, Swedish", {"Zara", "Örjan", "Olle"}, {"Olle", "Zara", "Örjan"}, "sv_SE"},
+    };
+    for (const auto& c : cases) {
+        std::vector<SpeechVoice> voices;
+        for (const auto& name : c.given) voices.push_back({m + "ios4.en-US.x", name, "en-US"});
+        EXPECT_EQ(names(VoiceList::sortedByName(voices, icu::Locale(c.locale))), c.expected) << c.name;
+    }
+}
+
+TEST(VoiceListTest, KeepsMarkedVoicesAndGroupsThemByReleaseInListOrder) {
+    const std::vector<SpeechVoice> all{
+        {m + "ios7.en-US.A", "A", "en-US"},
+        {m + "ios3.en-US.B", "B", "en-US"},
+        {"x." + m + "ios7.de-DE.C", "C", "de-DE"},
+        {m + "xios4.en-US.D", "D", "en-US"},
+        {m + "ios4.en-US.E", "E", "en-US"},
+        {"org.example.ios5.F", "F", "en-US"},
+        {"com.tarvenholt.velmora.voice.ios6.G", "G", "en-US"},
+        {m + "Loose", "Loose", "en-US"},
+    };
+    EXPECT_EQ(names(VoiceList::marked(all)), (std::vector<std::string>{"A", "B", "C", "D", "E", "Loose"}));
+    // Grouping looks for ".ios5." alone; the marker filter is a step of its own.
+    EXPECT_EQ(VoiceList::grouped(all), (std::vector<VoiceGroup>{{"iPhone OS 3", {all[1]}},
+                                                                {"iOS 4", {all[4]}},
+                                                                {"iOS 5", {all[5]}},
+                                                                {"iOS 6", {all[6]}},
+                                                                {"iOS 7", {all[0], all[2]}}}));
 }
 
 }  // namespace
