@@ -9,9 +9,9 @@ namespace {
 using Bytes = std::vector<std::byte>;
 using u32 = std::uint32_t;
 using Status = StreamParser::Status;
-using Outcome = std::tuple<std::vector<float>, Status, std::string>;  // samples, status, problem
+using Floats = std::vector<float>;
+using Outcome = std::tuple<Floats, Status, std::string>;  // samples, status, problem
 
-const StreamFormat rawS16Mono{false, SampleFormat::s16le(), 1, 22050};
 const StreamFormat framedS16Mono{true, SampleFormat::s16le(), 1, 8000};
 
 // The values' bytes in host order, which is little-endian wherever the tests run.
@@ -46,24 +46,18 @@ Outcome parse(const StreamFormat& format, const Bytes& bytes, std::size_t piece,
             parser.feed(std::span(bytes).subspan(offset, std::min(piece, bytes.size() - offset)));
         EXPECT_EQ(buffer.samples.size() % static_cast<std::size_t>(format.channels), 0u) << "half a frame";
         samples.insert(samples.end(), buffer.samples.begin(), buffer.samples.end());
-        for (auto& e : parser.takeEvents())
-            if (events) events->push_back(std::move(e));
+        if (events) std::ranges::move(parser.takeEvents(), std::back_inserter(*events));
     }
-    const Status status = parser.finish();
-    return {samples, status, parser.problem()};
+    return {samples, parser.finish(), parser.problem()};  // in this order
 }
 
 TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData) {
     const Bytes pcm = audio(s16({1, 2}));
     const float one = 1 / 32768.0f;
     const std::string cutChunk = "the stream ended inside a chunk";
-    const auto done = [](std::vector<float> samples) { return Outcome{samples, Status::complete, ""}; };
-    const auto cut = [](std::vector<float> samples, std::string why) {
-        return Outcome{samples, Status::truncated, why};
-    };
-    const auto bad = [](std::vector<float> samples, std::string why) {
-        return Outcome{samples, Status::malformed, why};
-    };
+    const auto done = [](Floats samples) { return Outcome{samples, Status::complete, ""}; };
+    const auto cut = [](Floats samples, std::string why) { return Outcome{samples, Status::truncated, why}; };
+    const auto bad = [](Floats samples, std::string why) { return Outcome{samples, Status::malformed, why}; };
     const StreamFormat stereoF32{false, SampleFormat::f32le(), 2, 16000};
     const Bytes huge = header + raw<char>({1}) + raw<u32>({0xfffffffe}) + s16({16384});
     const struct {
@@ -73,7 +67,7 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
         Outcome expected;
     } cases[] = {
         // clang-format off
-        {"raw S16LE", rawS16Mono, s16({0, 1, -1, 32767, -32768, 16384}), done({0.0f, one, -one, 32767 * one, -1.0f, 0.5f})},
+        {"raw S16LE", {false, SampleFormat::s16le(), 1, 22050}, s16({0, 1, -1, 32767, -32768, 16384}), done({0.0f, one, -one, 32767 * one, -1.0f, 0.5f})},
         {"framed, events skipped", framedS16Mono,
          header + event("word") + audio(s16({100, -200})) + event("") + audio({}) + audio(s16({300})),
          done({100 * one, -200 * one, 300 * one})},
@@ -110,7 +104,8 @@ TEST(StreamParserTest, ReportsEventsAtTheFramesOfAudioBeforeThem) {
     }
 }
 
-// Every sample format of raw audio: full scale, zero and a half, from each one's own bytes.
+// Full scale, zero and a half, from each sample format's own bytes: every width of each kind, and
+// each kind and width in both byte orders. (Formats read in one step from kind, width and order.)
 TEST(StreamFormatTest, DecodesEverySampleFormatTheInterfaceAllows) {
     const struct {
         const char* name;
@@ -119,18 +114,11 @@ TEST(StreamFormatTest, DecodesEverySampleFormatTheInterfaceAllows) {
         {"S8", {0x80, 0x00, 0x40}},
         {"U8", {0x00, 0x80, 0xC0}},
         {"S16LE", {0x00, 0x80, 0, 0, 0x00, 0x40}},
-        {"S16BE", {0x80, 0x00, 0, 0, 0x40, 0x00}},
-        {"U16LE", {0, 0, 0x00, 0x80, 0x00, 0xC0}},
         {"U16BE", {0, 0, 0x80, 0x00, 0xC0, 0x00}},
-        {"S24LE", {0, 0, 0x80, 0, 0, 0, 0, 0, 0x40}},
         {"S24BE", {0x80, 0, 0, 0, 0, 0, 0x40, 0, 0}},
         {"U24LE", {0, 0, 0, 0, 0, 0x80, 0, 0, 0xC0}},
-        {"U24BE", {0, 0, 0, 0x80, 0, 0, 0xC0, 0, 0}},
         {"S32LE", {0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 0, 0x40}},
-        {"S32BE", {0x80, 0, 0, 0, 0, 0, 0, 0, 0x40, 0, 0, 0}},
-        {"U32LE", {0, 0, 0, 0, 0, 0, 0, 0x80, 0, 0, 0, 0xC0}},
         {"U32BE", {0, 0, 0, 0, 0x80, 0, 0, 0, 0xC0, 0, 0, 0}},
-        {"F32LE", {0, 0, 0x80, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0x3F}},
         {"F32BE", {0xBF, 0x80, 0, 0, 0, 0, 0, 0, 0x3F, 0, 0, 0}},
         {"F64LE", {0, 0, 0, 0, 0, 0, 0xF0, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE0, 0x3F}},
         {"F64BE", {0xBF, 0xF0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0xE0, 0, 0, 0, 0, 0, 0}},
