@@ -1,14 +1,20 @@
 // The provider's pieces that turn a client's text into what espeak-ng reads: each rewrite keeps,
 // for every byte, where in the client's text it came from.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <fstream>
 #include <optional>
 
+#include "Confinement.h"
 #include "PronunciationRules.h"
 #include "SpokenRanges.h"
 #include "SsmlForEspeak.h"
 #include "SsmlPhrases.h"
+#include "support/Files.h"
 
 namespace velmora::provider {
 namespace {
@@ -178,6 +184,33 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
     ASSERT_EQ(split.phrases.size(), 2u);
     expectOrigins(split.phrases[0].ssml, {{9, 17, 9, 9}});
     expectOrigins(split.phrases[1].ssml, {{0, 7, 0, 7}, {7, 10, 17, 20}, {10, 18, 20, 28}});
+}
+
+// Takes the provider's confinement and checks it; exits with 0 when every check held.
+[[noreturn]] void confineAndCheck(const std::filesystem::path& secret) {
+    confineProcess();
+    const std::string status = test::readFile("/proc/self/status");
+    for (const std::string set : {"CapInh", "CapPrm", "CapEff", "CapBnd", "CapAmb"})
+        EXPECT_NE(status.find(set + ":\t0000000000000000\n"), std::string::npos) << set;
+    EXPECT_NE(status.find("NoNewPrivs:\t1\n"), std::string::npos);
+    EXPECT_FALSE(std::ifstream(secret).is_open()) << "a header at permissions 0 is still readable";
+    for (const int family : {AF_INET, AF_INET6}) {
+        errno = 0;
+        EXPECT_EQ(::socket(family, SOCK_STREAM, 0), -1) << family;
+        EXPECT_EQ(errno, EACCES) << family;
+    }
+    EXPECT_GE(::socket(AF_UNIX, SOCK_STREAM, 0), 0)
+        << "local sockets, which the session bus needs, are refused";
+    std::exit(::testing::Test::HasFailure() ? 1 : 0);
+}
+
+// The confinement cannot be undone, so a child process takes it.
+TEST(ConfinementTest, DropsCapabilitiesForbidsNewPrivilegesAndRefusesInternetSockets) {
+    test::TempDir folder;
+    const auto secret = folder / "broker.hdr";
+    test::writeFile(secret, "<voice>Samantha</voice>");
+    std::filesystem::permissions(secret, std::filesystem::perms::none);
+    EXPECT_EXIT(confineAndCheck(secret), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -160,19 +160,16 @@ TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlIt
 
 TEST_F(SpeechBusTest, AFailingProviderCostsAPartialRenderAndTheEndBuffer) {
     synthesizer.setLimits({300ms, 5s});
-    const struct {
-        std::string text, voice;
-        std::size_t frames;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::size_t> cases[] = {
         {"die 3000", raw16, 3000},    {"die 1500", framed32, 1500}, {"stall 1000", raw16, 1000},
         {"stall 600", framed16, 600}, {"garbage 700", raw16, 700},  {"garbage 700", framed32, 700},
         {"silent 500", raw32, 500},   {"refuse", raw16, 0},         {"tone 100", "org.example.Missing", 0},
     };
-    for (const auto& c : cases) {
-        const Render rendered = render(synthesizer, {.text = c.text, .voiceIdentifier = c.voice});
+    for (const auto& [text, voice, frames] : cases) {
+        const Render rendered = render(synthesizer, {.text = text, .voiceIdentifier = voice});
         EXPECT_EQ(std::tuple(rendered.ended, rendered.frames(), rendered.buffersAfterEnd),
-                  std::tuple(true, c.frames, 0))
-            << c.text << " with " << c.voice;
+                  std::tuple(true, frames, 0))
+            << text << " with " << voice;
     }
     // The provider that died is started again for the next utterance.
     EXPECT_EQ(render(synthesizer, {.text = "tone 50", .voiceIdentifier = raw16}).frames(), 50u);
@@ -204,12 +201,9 @@ TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCa
 // Speech goes to the silent output, as no sound server answers; `bus` replaces the test's own bus.
 // No locale is set, as on containers and CI machines (ICU's default is then en_US_POSIX).
 test::ProcessResult cli(const std::vector<std::string>& arguments, const std::string& bus = "") {
-    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"},
-                                                   {"LANG", "C.UTF-8"},
-                                                   {"LANGUAGE", ""},
-                                                   {"LC_ALL", ""},
-                                                   {"LC_COLLATE", ""},
-                                                   {"LC_MESSAGES", ""}};
+    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"}};
+    environment["LANG"] = "C.UTF-8";
+    for (const char* unset : {"LANGUAGE", "LC_ALL", "LC_COLLATE", "LC_MESSAGES"}) environment[unset] = "";
     if (!bus.empty()) environment["DBUS_SESSION_BUS_ADDRESS"] = bus;
     return test::runProcess(VELMORA_CLI, arguments, environment);
 }
@@ -218,10 +212,8 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
     const auto says = [](const std::string& error) { return "velmora-cli: " + error + "\n"; };
     const std::string missing = says("No speech provider offers the voice \"org.example.Missing\".");
     const std::string noBus = "unix:path=/nonexistent/velmora-bus";
-    const struct {
-        std::vector<std::string> arguments;
-        std::string bus, out, err;
-    } cases[] = {
+    // Arguments, bus, standard output and error.
+    const std::tuple<std::vector<std::string>, std::string, std::string, std::string> cases[] = {
         // clang-format off
         {{"voices"}, "", test::readFile(test::expectedOutput("speech", "voices.txt")), ""},
         {{"voices"}, noBus, "Voices not registered yet\n", ""},
@@ -236,11 +228,11 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
               "S24_32LE, which this program cannot read.")},
         // clang-format on
     };
-    for (const auto& c : cases) {
-        const test::ProcessResult result = cli(c.arguments, c.bus);
+    for (const auto& [arguments, bus, out, err] : cases) {
+        const test::ProcessResult result = cli(arguments, bus);
         EXPECT_EQ(std::tuple(result.exitStatus, result.out, result.err),
-                  std::tuple(c.err.empty() ? 0 : 1, c.out, c.err))
-            << c.arguments.front() << " " << c.arguments.back();
+                  std::tuple(err.empty() ? 0 : 1, out, err))
+            << arguments.front() << " " << arguments.back();
     }
 }
 
