@@ -154,12 +154,7 @@ std::ostream& operator<<(std::ostream& out, const Phrase& phrase) {
 }
 
 TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
-    const struct {
-        const char* name;
-        const char* ssml;
-        std::vector<Phrase> phrases;
-        std::optional<double> breakAfter;
-    } cases[] = {
+    const std::tuple<const char*, const char*, std::vector<Phrase>, std::optional<double>> cases[] = {
         // clang-format off
         {"sentences", "<speak><s>A</s><s xml:lang=\"fr\">B</s></speak>", {{"<speak>A</speak>"}, {"<speak><s xml:lang=\"fr\">B</s></speak>"}}, {}},
         {"breaks inside an element", "<speak><prosody rate=\"50%\">A<break time=\"1.5s\"/>B<break/>C</prosody></speak>", {{"<speak><prosody rate=\"50%\">A</prosody></speak>"}, {"<speak><prosody rate=\"50%\">B</prosody></speak>", 1.5, true}, {"<speak><prosody rate=\"50%\">C</prosody></speak>", 0.21, true}}, {}},
@@ -171,13 +166,12 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
         {"stray end tags", "<p>Hello</p></speak></speak>", {{"Hello"}}, {}},
         // clang-format on
     };
-    for (const auto& c : cases) {
-        const SsmlPhrases result = splitIntoPhrases(SourceMappedText(c.ssml));
+    for (const auto& [name, ssml, expected, breakAfter] : cases) {
+        const SsmlPhrases result = splitIntoPhrases(SourceMappedText(ssml));
         std::vector<Phrase> phrases;
         for (const auto& made : result.phrases)
             phrases.push_back({made.ssml.text(), made.breakBefore, made.continuesSentence});
-        EXPECT_EQ(phrases, c.phrases) << c.name;
-        EXPECT_EQ(result.breakAfter, c.breakAfter) << c.name;
+        EXPECT_EQ(std::tie(phrases, result.breakAfter), std::tie(expected, breakAfter)) << name;
     }
     // Every byte of a phrase maps back to the utterance; the end tag that closes "Hi" to none.
     const SsmlPhrases split = splitIntoPhrases(SourceMappedText("<speak>Hi<break/>you</speak>"));

@@ -60,12 +60,7 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
     const auto bad = [](Floats samples, std::string why) { return Outcome{samples, Status::malformed, why}; };
     const StreamFormat stereoF32{false, SampleFormat::f32le(), 2, 16000};
     const Bytes huge = header + raw<char>({1}) + raw<u32>({0xfffffffe}) + s16({16384});
-    const struct {
-        const char* name;
-        StreamFormat format;
-        Bytes bytes;
-        Outcome expected;
-    } cases[] = {
+    const std::tuple<const char*, StreamFormat, Bytes, Outcome> cases[] = {
         // clang-format off
         {"raw S16LE", {false, SampleFormat::s16le(), 1, 22050}, s16({0, 1, -1, 32767, -32768, 16384}), done({0.0f, one, -one, 32767 * one, -1.0f, 0.5f})},
         {"framed, events skipped", framedS16Mono,
@@ -84,10 +79,8 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitAndStopsAtBadData)
          bad({one, 2 * one}, "unknown chunk type 3")},
         // clang-format on
     };
-    for (const auto& c : cases) {
-        for (auto n : {1u, 3u, 7u, 1000u})
-            EXPECT_EQ(parse(c.format, c.bytes, n), c.expected) << c.name << " / " << n;
-    }
+    for (const auto& [name, format, bytes, expected] : cases)
+        for (auto n : {1u, 3u, 7u, 1000u}) EXPECT_EQ(parse(format, bytes, n), expected) << name << " / " << n;
 }
 
 TEST(StreamParserTest, ReportsEventsAtTheFramesOfAudioBeforeThem) {
@@ -107,10 +100,8 @@ TEST(StreamParserTest, ReportsEventsAtTheFramesOfAudioBeforeThem) {
 // Full scale, zero and a half, from each sample format's own bytes: every width of each kind, and
 // each kind and width in both byte orders. (Formats read in one step from kind, width and order.)
 TEST(StreamFormatTest, DecodesEverySampleFormatTheInterfaceAllows) {
-    const struct {
-        const char* name;
-        std::vector<int> bytes;  // -1, 0 and 0.5 one after the other
-    } cases[] = {
+    const std::pair<const char*, std::vector<int>> cases[] = {
+        // bytes of -1, 0 and 0.5
         {"S8", {0x80, 0x00, 0x40}},
         {"U8", {0x00, 0x80, 0xC0}},
         {"S16LE", {0x00, 0x80, 0, 0, 0x00, 0x40}},
@@ -123,12 +114,12 @@ TEST(StreamFormatTest, DecodesEverySampleFormatTheInterfaceAllows) {
         {"F64LE", {0, 0, 0, 0, 0, 0, 0xF0, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE0, 0x3F}},
         {"F64BE", {0xBF, 0xF0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0xE0, 0, 0, 0, 0, 0, 0}},
     };
-    for (const auto& c : cases) {
-        const auto format = StreamFormat::parse(std::string("audio/x-raw,format=") + c.name + ",rate=8000");
-        ASSERT_TRUE(format) << c.name;
+    for (const auto& [name, values] : cases) {
+        const auto format = StreamFormat::parse(std::string("audio/x-raw,format=") + name + ",rate=8000");
+        ASSERT_TRUE(format) << name;
         Bytes bytes;
-        for (int b : c.bytes) bytes.push_back(static_cast<std::byte>(b));
-        EXPECT_EQ(parse(*format, bytes, 1), (Outcome{{-1.0f, 0.0f, 0.5f}, Status::complete, ""})) << c.name;
+        for (int b : values) bytes.push_back(static_cast<std::byte>(b));
+        EXPECT_EQ(parse(*format, bytes, 1), (Outcome{{-1.0f, 0.0f, 0.5f}, Status::complete, ""})) << name;
     }
 }
 
@@ -164,22 +155,18 @@ std::vector<std::string> names(const std::vector<SpeechVoice>& voices) {
 }
 
 TEST(VoiceListTest, SortsByNameNumericallyIgnoringCaseKeepingEqualNamesInOrder) {
-    const struct {
-        const char* name;
-        std::vector<std::string> given, expected;
-        const char* locale;
-    } cases[] = {
-        {"case ignored, stable",
+    const std::tuple<const char*, std::vector<std::string>, std::vector<std::string>, const char*> cases[] = {
+        {"case and ties",
          {"Bea", "ANNA", "alex", "anna", "Anna"},
          {"alex", "ANNA", "anna", "Anna", "Bea"},
          "en_US"},
         {"locale's alphabet, English", {"Zara", "Örjan", "Olle"}, {"Olle", "Örjan", "Zara"}, "en_US"},
         {"locale's alphabet, Swedish", {"Zara", "Örjan", "Olle"}, {"Olle", "Zara", "Örjan"}, "sv_SE"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [name, given, expected, locale] : cases) {
         std::vector<SpeechVoice> voices;
-        for (const auto& name : c.given) voices.push_back({m + "ios4.en-US.x", name, "en-US"});
-        EXPECT_EQ(names(VoiceList::sortedByName(voices, icu::Locale(c.locale))), c.expected) << c.name;
+        for (const auto& voiceName : given) voices.push_back({m + "ios4.en-US.x", voiceName, "en-US"});
+        EXPECT_EQ(names(VoiceList::sortedByName(voices, icu::Locale(locale))), expected) << name;
     }
 }
 
