@@ -141,36 +141,30 @@ TEST(SsmlForEspeakTest, RewritesWhatEspeakWouldMisreadAndNothingElse) {
         {{7, 8, 0, 1}, {8, 12, 1, 2}, {12, 13, 2, 3}, {14, 19, 4, 5}, {20, 21, 6, 7}, {21, 29, 7, 7}});
 }
 
-struct Phrase {
-    std::string ssml;
-    std::optional<double> breakBefore{};
-    bool continuesSentence = false;
-    bool operator==(const Phrase&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Phrase& phrase) {
-    return out << phrase.ssml << " break " << phrase.breakBefore.value_or(-1) << " continues "
-               << phrase.continuesSentence;
+// A phrase's SSML, the break before it and whether it continues the sentence.
+using Phrase = std::tuple<std::string, std::optional<double>, bool>;
+Phrase cut(const char* ssml, std::optional<double> breakBefore = {}, bool continues = false) {
+    return {ssml, breakBefore, continues};
 }
 
 TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
     const std::tuple<const char*, const char*, std::vector<Phrase>, std::optional<double>> cases[] = {
         // clang-format off
-        {"sentences", "<speak><s>A</s><s xml:lang=\"fr\">B</s></speak>", {{"<speak>A</speak>"}, {"<speak><s xml:lang=\"fr\">B</s></speak>"}}, {}},
-        {"breaks inside an element", "<speak><prosody rate=\"50%\">A<break time=\"1.5s\"/>B<break/>C</prosody></speak>", {{"<speak><prosody rate=\"50%\">A</prosody></speak>"}, {"<speak><prosody rate=\"50%\">B</prosody></speak>", 1.5, true}, {"<speak><prosody rate=\"50%\">C</prosody></speak>", 0.21, true}}, {}},
-        {"times and strengths add up", "<speak>A<break time=\" 250ms \"/><break strength=\"x-strong\"/><break time=\"2x\" strength=\"weak\"/>B</speak>", {{"<speak>A</speak>"}, {"<speak>B</speak>", 0.25 + 0.8 + 0.14, true}}, {}},
-        {"strength none cuts nothing", "<speak>A<break strength=\"none\"/>B</speak>", {{"<speak>AB</speak>"}}, {}},
-        {"stretches without text make no phrase but keep their marks", "<speak><s>A</s> <s><mark name=\"m\"/><break time=\"0.0ms\"/></s><s>B</s><mark name=\"n\"/><break time=\"1s\"/></speak>", {{"<speak>A</speak>"}, {"<speak><mark name=\"m\"/>B<mark name=\"n\"/></speak>", 0.0}}, 1.0},
-        {"a leading break and comments", "<?xml version=\"1.0\"?><speak><!-- x --><break time=\"1s\"/>A</speak>", {{"<speak>A</speak>", 1.0}}, {}},
-        {"unclosed markup is text", "<speak><s>Hello <break", {{"<speak>Hello <break</speak>"}}, {}},
-        {"stray end tags", "<p>Hello</p></speak></speak>", {{"Hello"}}, {}},
+        {"sentences", "<speak><s>A</s><s xml:lang=\"fr\">B</s></speak>", {cut("<speak>A</speak>"), cut("<speak><s xml:lang=\"fr\">B</s></speak>")}, {}},
+        {"breaks inside an element", "<speak><prosody rate=\"50%\">A<break time=\"1.5s\"/>B<break/>C</prosody></speak>", {cut("<speak><prosody rate=\"50%\">A</prosody></speak>"), cut("<speak><prosody rate=\"50%\">B</prosody></speak>", 1.5, true), cut("<speak><prosody rate=\"50%\">C</prosody></speak>", 0.21, true)}, {}},
+        {"times and strengths add up", "<speak>A<break time=\" 250ms \"/><break strength=\"x-strong\"/><break time=\"2x\" strength=\"weak\"/>B</speak>", {cut("<speak>A</speak>"), cut("<speak>B</speak>", 0.25 + 0.8 + 0.14, true)}, {}},
+        {"strength none cuts nothing", "<speak>A<break strength=\"none\"/>B</speak>", {cut("<speak>AB</speak>")}, {}},
+        {"stretches without text make no phrase but keep their marks", "<speak><s>A</s> <s><mark name=\"m\"/><break time=\"0.0ms\"/></s><s>B</s><mark name=\"n\"/><break time=\"1s\"/></speak>", {cut("<speak>A</speak>"), cut("<speak><mark name=\"m\"/>B<mark name=\"n\"/></speak>", 0.0)}, 1.0},
+        {"a leading break and comments", "<?xml version=\"1.0\"?><speak><!-- x --><break time=\"1s\"/>A</speak>", {cut("<speak>A</speak>", 1.0)}, {}},
+        {"unclosed markup is text", "<speak><s>Hello <break", {cut("<speak>Hello <break</speak>")}, {}},
+        {"stray end tags", "<p>Hello</p></speak></speak>", {cut("Hello")}, {}},
         // clang-format on
     };
     for (const auto& [name, ssml, expected, breakAfter] : cases) {
         const SsmlPhrases result = splitIntoPhrases(SourceMappedText(ssml));
         std::vector<Phrase> phrases;
         for (const auto& made : result.phrases)
-            phrases.push_back({made.ssml.text(), made.breakBefore, made.continuesSentence});
+            phrases.emplace_back(made.ssml.text(), made.breakBefore, made.continuesSentence);
         EXPECT_EQ(std::tie(phrases, result.breakAfter), std::tie(expected, breakAfter)) << name;
     }
     // Every byte of a phrase maps back to the utterance; the end tag that closes "Hi" to none.
