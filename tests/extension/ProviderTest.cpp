@@ -134,10 +134,10 @@ TEST_F(ProviderTest, ListsEveryCompactVoiceWithItsIdentifierNameFormatFeaturesAn
 
     // One voice for each header of the compact data; names carry the release, and the Chinese
     // voices also speak English.
-    std::size_t onDisk = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(resources))
-        onDisk += entry.path().filename() == VoiceStore::headerName ? 1 : 0;
-    EXPECT_EQ(listedVoices().size(), onDisk);
+    EXPECT_EQ(
+        std::ranges::count_if(fs::recursive_directory_iterator(resources),
+                              [](auto& entry) { return entry.path().filename() == VoiceStore::headerName; }),
+        std::ssize(listedVoices()));
     const auto listed = [](const std::string& id, const std::string& name,
                            std::vector<std::string> languages) {
         const std::string m = "com.tarvenholt.Velmora.voice.";
@@ -296,7 +296,11 @@ TEST_F(ProviderTest, AReaderThatPausesGetsEverythingAndQueuedUtterancesAreAllSpo
     EXPECT_EQ(paused.get(), whole);
 }
 
-TEST_F(ProviderTest, APackWhoseHeaderCannotBeReadFallsBackToExactlyTheCompactSamples) {
+// A pack whose header cannot be read falls back to exactly the compact samples; a pack is read
+// afresh when replaced, and one whose folder comes and goes while speaking gives either whole
+// voice. That a pack is spoken from at once, its pitch rule and its removal are checked by the
+// enhanced self test on the bus.
+TEST_F(ProviderTest, ADamagedPackFallsBackAReplacedOneIsReadAfreshAndAMovingOneGivesEitherVoice) {
     const std::pair<const char*, void (*)(const fs::path& header)> cases[] = {
         {"header at permissions 0", [](auto& header) { fs::permissions(header, fs::perms::none); }},
         {"binary header", [](auto& header) { writeFile(header, std::string("\0\xff\x01<voi\xfe", 9)); }},
@@ -316,17 +320,10 @@ TEST_F(ProviderTest, APackWhoseHeaderCannotBeReadFallsBackToExactlyTheCompactSam
         damage(pack / "broker.hdr");
         EXPECT_EQ(speak(sentence, voice), compact) << name;
     }
-}
 
-// A pack is read afresh when replaced, and one whose folder comes and goes while speaking gives
-// either whole voice. That a pack is spoken from at once, its pitch rule and its removal are
-// checked by the enhanced self test on the bus.
-TEST_F(ProviderTest, APackIsReadAfreshAndOneThatComesAndGoesGivesEitherWholeVoice) {
-    const std::string voice = voiceId("ios7.en-US");
-    const auto compact = speak(sentence, voice);
-    installPack("ios7", "en-US", "first pack data");
+    installPack("ios6", "en-US", "first pack data");
     const auto first = speak(sentence, voice);
-    const fs::path pack = installPack("ios7", "en-US");
+    const fs::path pack = installPack("ios6", "en-US");
     const auto enhanced = speak(sentence, voice);
     EXPECT_NE(enhanced, first) << "the pack's data was not read afresh";
     const fs::path aside = pack.string() + ".aside";

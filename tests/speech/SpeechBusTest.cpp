@@ -94,10 +94,9 @@ TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
     std::vector<SpeechVoice> expected;
     const std::pair<const char*, std::string> sets[] = {
         {"chimes", test::chimesProvider}, {"formats", test::formatsProvider}, {"tones", test::tonesProvider}};
-    for (const auto& [set, provider] : sets) {  // provider by provider, in bus name order
+    for (const auto& [set, provider] : sets)  // provider by provider, in bus name order
         for (const auto& v : test::testVoices(set))
             expected.push_back({v.identifier, v.name, v.languages.front(), provider});
-    }
     EXPECT_EQ(system->voices(), expected);
     test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000",
                    {"ja-JP"});
@@ -206,7 +205,7 @@ test::ProcessResult cli(const std::vector<std::string>& arguments, const std::st
     return test::runProcess(VELMORA_CLI, arguments, environment);
 }
 
-TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
+TEST(VoicesCommandTest, ListsVoicesSpeaksAndRendersOrSaysWhyNot) {
     const auto says = [](const std::string& error) { return "velmora-cli: " + error + "\n"; };
     const std::string missing = says("No speech provider offers the voice \"org.example.Missing\".");
     const std::string noBus = "unix:path=/nonexistent/velmora-bus";
@@ -232,9 +231,8 @@ TEST(VoicesCommandTest, ListsVoicesAndSpeaksOrSaysWhyNot) {
                   std::tuple(err.empty() ? 0 : 1, out, err))
             << arguments.front() << " " << arguments.back();
     }
-}
 
-TEST(VoicesCommandTest, RendersAndMeasuresOneUtterance) {
+    // A render measures the utterance and writes its samples.
     test::TempDir dir;
     const test::ProcessResult first =
         cli({"render", "--voice", raw16, "--dump", (dir / "a.caf").string(), "tone 2205"});

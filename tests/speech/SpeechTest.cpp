@@ -143,26 +143,21 @@ TEST(StreamFormatTest, DecodesEverySampleFormatAndSaysWhyItCannotReadAFormat) {
 
 const std::string m(VoiceList::marker);
 
-std::vector<std::string> names(const std::vector<SpeechVoice>& voices) {
-    std::vector<std::string> result;
-    for (const auto& voice : voices) result.push_back(voice.name);
-    return result;
+// Voices of one release and language with these names.
+std::vector<SpeechVoice> named(const std::vector<std::string>& names) {
+    std::vector<SpeechVoice> voices;
+    for (const auto& name : names) voices.push_back({m + "ios4.en-US.x", name, "en-US"});
+    return voices;
 }
 
 TEST(VoiceListTest, SortsByNameKeepsMarkedVoicesAndGroupsThemByRelease) {
     const std::tuple<const char*, std::vector<std::string>, std::vector<std::string>, const char*> cases[] = {
-        {"case and ties",
-         {"Bea", "ANNA", "alex", "anna", "Anna"},
-         {"alex", "ANNA", "anna", "Anna", "Bea"},
-         "en_US"},
+        {"ties", {"Bea", "ANNA", "alex", "anna", "Anna"}, {"alex", "ANNA", "anna", "Anna", "Bea"}, "en_US"},
         {"locale's alphabet, English", {"Zara", "Örjan", "Olle"}, {"Olle", "Örjan", "Zara"}, "en_US"},
         {"locale's alphabet, Swedish", {"Zara", "Örjan", "Olle"}, {"Olle", "Zara", "Örjan"}, "sv_SE"},
     };
-    for (const auto& [name, given, expected, locale] : cases) {
-        std::vector<SpeechVoice> voices;
-        for (const auto& voiceName : given) voices.push_back({m + "ios4.en-US.x", voiceName, "en-US"});
-        EXPECT_EQ(names(VoiceList::sortedByName(voices, icu::Locale(locale))), expected) << name;
-    }
+    for (const auto& [name, given, expected, locale] : cases)
+        EXPECT_EQ(VoiceList::sortedByName(named(given), icu::Locale(locale)), named(expected)) << name;
 
     const std::vector<SpeechVoice> all{
         {m + "ios7.en-US.A", "A", "en-US"},
@@ -174,7 +169,8 @@ TEST(VoiceListTest, SortsByNameKeepsMarkedVoicesAndGroupsThemByRelease) {
         {"com.tarvenholt.velmora.voice.ios6.G", "G", "en-US"},
         {m + "Loose", "Loose", "en-US"},
     };
-    EXPECT_EQ(names(VoiceList::marked(all)), (std::vector<std::string>{"A", "B", "C", "D", "E", "Loose"}));
+    EXPECT_EQ(VoiceList::marked(all),
+              (std::vector<SpeechVoice>{all[0], all[1], all[2], all[3], all[4], all[7]}));
     // Grouping looks for ".ios5." alone; the marker filter is a step of its own.
     EXPECT_EQ(VoiceList::grouped(all), (std::vector<VoiceGroup>{{"iPhone OS 3", {all[1]}},
                                                                 {"iOS 4", {all[4]}},
