@@ -1,6 +1,5 @@
-// The reference provider as a client sees it, on a private session bus that activates it from
-// the build tree: its voices, the promises about packs in the container it shares with this
-// test, and the requests it must survive.
+// The reference provider as a client sees it, activated from the build tree by a private bus:
+// its voices, its packs in the container it shares with this test, the requests it survives.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
@@ -148,9 +147,8 @@ TEST_F(ProviderTest, ListsEveryCompactVoiceWithItsIdentifierNameFormatFeaturesAn
     EXPECT_TRUE(listed("ios7.zh-HK.Sin-Ji", "Sin-Ji (iOS 7)", {"zh-HK", "en-US"}));
 }
 
-// Every voice speaks an utterance the same each time, alone or among many requests at once,
-// and apart from the others. Among the requests at once are clients that read a little of a
-// long utterance and close their pipe: the provider stops those and lives on.
+// Every voice speaks an utterance the same each time and apart from the others, also among many
+// requests at once, some of whose clients read a little and close their pipe (the provider lives on).
 TEST_F(ProviderTest, VoicesSpeakTheSameEveryTimeEvenAtOnceAndSoundApart) {
     const std::vector<std::string> voices{
         voiceId("ios3.en-US"), voiceId("ios4.en-US"), voiceId("ios5.en-US"),
@@ -197,8 +195,7 @@ TEST_F(ProviderTest, RatePitchAndLanguageActOverTheirWholeRangesAndOddValuesCoun
     EXPECT_EQ(pitches.size(), 5u);
     EXPECT_EQ(speak(fox, voice, std::nan(""), -3.0), normal);
 
-    // A voice that lists several languages speaks the one asked for; any other request speaks the
-    // voice's own.
+    // A bilingual voice speaks the language asked for; any other request gets the voice's own.
     auto inLanguage = [](const std::string& language) {
         return speakWithEvents(
                    {{}, "Hello, this is the weather.", voiceId("ios6.zh-TW"), 1, 1, false, language})
@@ -210,10 +207,9 @@ TEST_F(ProviderTest, RatePitchAndLanguageActOverTheirWholeRangesAndOddValuesCoun
     EXPECT_NE(inLanguage("en-US"), own);
 }
 
-// Events come in order, each before the sample where it happens, with ranges in characters of
-// the client's text, also where rules rewrote it ("iOS" is spoken as three letters): a word
-// without its punctuation, a sentence to its end, a mark just past its tag. A mark goes out with
-// the word or sentence that follows it, or where the sound ends.
+// Events come in order, each before its sample, with ranges in the client's text even where rules
+// rewrote it ("iOS" as three letters): a word without punctuation, a sentence to its end, a mark
+// just past its tag and at the word or sentence after it (or where the sound ends).
 TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
     using Type = StreamEvent::Type;
     using Event = std::tuple<Type, std::uint32_t, std::uint32_t, std::string>;
@@ -262,9 +258,8 @@ TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
     }
 }
 
-// A client that stops reading for longer than any reader would still gets every sample; one
-// that queues many utterances at once has them all accepted and spoken in order, a few at a
-// time: the last has not started while the first is unread.
+// A client that pauses longer than any reader would gets every sample; many utterances queued at
+// once are all accepted and spoken in order, a few at a time (the last waits for the first).
 TEST_F(ProviderTest, AReaderThatPausesGetsEverythingAndQueuedUtterancesAreAllSpokenInOrder) {
     const std::string voice = voiceId("ios5.en-US");
     const std::string text =
@@ -296,10 +291,9 @@ TEST_F(ProviderTest, AReaderThatPausesGetsEverythingAndQueuedUtterancesAreAllSpo
     EXPECT_EQ(paused.get(), whole);
 }
 
-// A pack whose header cannot be read falls back to exactly the compact samples; a pack is read
-// afresh when replaced, and one whose folder comes and goes while speaking gives either whole
-// voice. That a pack is spoken from at once, its pitch rule and its removal are checked by the
-// enhanced self test on the bus.
+// A damaged pack falls back to exactly the compact samples, a replaced one is read afresh, and one
+// whose folder comes and goes gives either whole voice. (The enhanced self test on the bus checks
+// that a pack is spoken from at once, its pitch rule and its removal.)
 TEST_F(ProviderTest, ADamagedPackFallsBackAReplacedOneIsReadAfreshAndAMovingOneGivesEitherVoice) {
     const std::pair<const char*, void (*)(const fs::path& header)> cases[] = {
         {"header at permissions 0", [](auto& header) { fs::permissions(header, fs::perms::none); }},

@@ -68,8 +68,7 @@ TEST(PronunciationRulesTest, ReplacesWholeWordsInOrderAndLeavesMarkupAlone) {
     EXPECT_EQ(ssml("ios <unclosed ios"), "I O S <unclosed ios");
 }
 
-// Word positions the engine reports in the rewritten text lead back to the client's words; rules
-// that grow the text without bound are stopped.
+// Engine positions in the rewritten text lead back to the client's words; growing rules stop.
 TEST(PronunciationRulesTest, RewrittenTextKnowsWhereEachPartCameFromAndStaysBounded) {
     const PronunciationRules rules({{"Dr.", "Doctor"}, {"Doctor", "Dr"}, {"ios", "I O S"}});
     const auto spoken = rules.applyToText(SourceMappedText("  Dr.  Who uses\tios now"));
@@ -82,8 +81,7 @@ TEST(PronunciationRulesTest, RewrittenTextKnowsWhereEachPartCameFromAndStaysBoun
     EXPECT_GE(grown.size(), PronunciationRules::maximumTextSize / 2);
 }
 
-// A sentence ends where espeak-ng starts the next one (or would, past the text); a word loses
-// the punctuation around it.
+// Sentences end where espeak-ng ends them (or would, past the text); words lose their punctuation.
 TEST(SpokenRangesTest, SentencesEndWhereTheEngineEndsThemAndWordsLoseTheirPunctuation) {
     const std::tuple<const char*, bool, std::size_t, std::size_t> sentences[] = {
         {"Dr. Smith is here. He is fine.", false, 0, 3},
@@ -166,7 +164,7 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
     expectOrigins(split.phrases[1].ssml, {{0, 7, 0, 7}, {7, 10, 17, 20}, {10, 18, 20, 28}});
 }
 
-// Takes the provider's confinement and checks it; exits with 0 when every check held.
+// Takes the provider's confinement, which cannot be undone, and exits with 0 if every check held.
 [[noreturn]] void confineAndCheck(const std::filesystem::path& secret) {
     confineProcess();
     const std::string status = test::readFile("/proc/self/status");
@@ -184,7 +182,6 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
     std::exit(::testing::Test::HasFailure() ? 1 : 0);
 }
 
-// The confinement cannot be undone, so a child process takes it.
 TEST(ConfinementTest, DropsCapabilitiesForbidsNewPrivilegesAndRefusesInternetSockets) {
     test::TempDir folder;
     const auto secret = folder / "broker.hdr";

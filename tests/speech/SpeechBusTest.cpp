@@ -28,9 +28,7 @@ struct Render {
     bool ended = false;       // an empty buffer came
     int buffersAfterEnd = 0;  // anything after the first empty buffer
 
-    std::size_t frames() const {
-        return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0;
-    }
+    std::size_t frames() const { return channels > 0 ? samples.size() / std::size_t(channels) : 0; }
     void add(const PcmBuffer& buffer) {
         if (ended) ++buffersAfterEnd;
         ended = ended || buffer.frameCount() == 0;

@@ -31,9 +31,7 @@ Bytes text(std::string_view s) {
     return Bytes(std::as_bytes(std::span(s)).begin(), std::as_bytes(std::span(s)).end());
 }
 Bytes audio(const Bytes& samples) { return raw<char>({1}) + raw<u32>({u32(samples.size())}) + samples; }
-Bytes event(const std::string& name) {
-    return raw<char>({2, 1}) + raw<u32>({4, 9, u32(name.size())}) + text(name);
-}
+Bytes event(const std::string& s) { return raw<char>({2, 1}) + raw<u32>({4, 9, u32(s.size())}) + text(s); }
 const Bytes header = text("0.01");
 
 // Feeds the bytes in pieces of `piece` bytes, then ends the stream; adds its events to `events`.
@@ -96,11 +94,9 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitStopsAtBadDataAndP
     }
 }
 
-// Full scale, zero and a half, from each sample format's own bytes: every width of each kind, and
-// each kind and width in both byte orders. (Formats read in one step from kind, width and order.)
+// -1, 0 and 0.5 from each kind at every width, each kind and width in both orders (formats combine them).
 TEST(StreamFormatTest, DecodesEverySampleFormatAndSaysWhyItCannotReadAFormat) {
     const std::pair<const char*, std::vector<int>> cases[] = {
-        // bytes of -1, 0 and 0.5
         {"S8", {0x80, 0x00, 0x40}},
         {"U8", {0x00, 0x80, 0xC0}},
         {"S16LE", {0x00, 0x80, 0, 0, 0x00, 0x40}},
