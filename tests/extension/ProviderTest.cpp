@@ -82,10 +82,10 @@ Spoken readSpoken(UniqueFd readEnd) {
         spoken.samples.insert(spoken.samples.end(), pcm.samples.begin(), pcm.samples.end());
         std::ranges::move(parser.takeEvents(), std::back_inserter(spoken.events));
     }
-    const bool whole =
+    const bool ok =
         event == PipeReader::Event::endOfFile && parser.finish() == StreamParser::Status::complete;
-    EXPECT_TRUE(whole) << "the stream did not end well";
-    return whole ? spoken : Spoken{};
+    EXPECT_TRUE(ok) << "the stream did not end well";
+    return ok ? spoken : Spoken{};
 }
 
 Spoken speakWithEvents(const SynthesisRequest& request) { return readSpoken(startSpeaking(request).first); }
@@ -217,7 +217,6 @@ TEST_F(ProviderTest, ReportsSentencesWordsAndMarksAtTheirSamples) {
     const auto wordAt = [](unsigned from, unsigned to) { return Event{Type::word, from, to, ""}; };
     const auto markAt = [](unsigned at, std::string name) { return Event{Type::mark, at, at, name}; };
     const std::tuple<const char*, std::string, bool, std::vector<Event>> cases[] = {
-        // name, text, SSML, events
         // clang-format off
         {"plain text, rewritten by rules", "Update iOS, café.", false, {sent(0, 17), wordAt(0, 6), wordAt(7, 10), wordAt(7, 10), wordAt(7, 10), wordAt(12, 16)}},
         {"SSML, rewritten by rules", "<speak>Update iOS, café.</speak>", true, {sent(7, 24), wordAt(7, 13), wordAt(14, 17), wordAt(14, 17), wordAt(14, 17), wordAt(19, 23)}},
