@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <thread>
 
 #include "speech/NullOutput.h"
@@ -10,6 +9,8 @@
 #include "speech/StreamFormat.h"
 #include "speech/Synthesizer.h"
 #include "speech/TestProviderVoices.h"
+#include "support/Files.h"
+#include "support/Process.h"
 #include "support/Watched.h"
 
 namespace velmora {
@@ -27,9 +28,7 @@ struct Render {
     bool ended = false;       // an empty buffer came
     int buffersAfterEnd = 0;  // anything after the first empty buffer
 
-    std::size_t frames() const {
-        return channels > 0 ? samples.size() / static_cast<std::size_t>(channels) : 0;
-    }
+    std::size_t frames() const { return channels > 0 ? samples.size() / std::size_t(channels) : 0; }
     void add(const PcmBuffer& buffer) {
         if (ended) ++buffersAfterEnd;
         ended = ended || buffer.frameCount() == 0;
@@ -74,12 +73,11 @@ class SpeechBusTest : public testing::Test, public SynthesizerDelegate {
 protected:
     SpeechBusTest() { synthesizer.setDelegate(this); }
     ~SpeechBusTest() override { synthesizer.setDelegate(nullptr); }
-    void didFinish(const Utterance& u) override {
-        calls.change([&](Calls& all) { all.push_back("finish:" + u.text); });
+    void record(const std::string& call) {
+        calls.change([&](Calls& all) { all.push_back(call); });
     }
-    void didCancel(const Utterance& u) override {
-        calls.change([&](Calls& all) { all.push_back("cancel:" + u.text); });
-    }
+    void didFinish(const Utterance& u) override { record("finish:" + u.text); }
+    void didCancel(const Utterance& u) override { record("cancel:" + u.text); }
     Calls waitForCalls(std::size_t count, std::chrono::milliseconds limit = 20s) {
         return calls.waitUntil([count](const Calls& all) { return all.size() >= count; }, limit);
     }
@@ -94,10 +92,9 @@ TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
     std::vector<SpeechVoice> expected;
     const std::pair<const char*, std::string> sets[] = {
         {"chimes", test::chimesProvider}, {"formats", test::formatsProvider}, {"tones", test::tonesProvider}};
-    for (const auto& [set, provider] : sets) {  // provider by provider, in bus name order
+    for (const auto& [set, provider] : sets)  // provider by provider, in bus name order
         for (const auto& v : test::testVoices(set))
             expected.push_back({v.identifier, v.name, v.languages.front(), provider});
-    }
     EXPECT_EQ(system->voices(), expected);
     test::addVoice(test::chimesProvider, "Late", "org.example.Late", "audio/x-raw,format=S16LE,rate=8000",
                    {"ja-JP"});
@@ -111,38 +108,33 @@ TEST_F(SpeechBusTest, ListsEveryProvidersVoicesAndReadsThemAgainOnRequest) {
 // Every sample format, raw and framed; two providers' voices of one identifier each speak in
 // their own format; a format that cannot be read gives the end buffer alone.
 TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
-    struct Case {
-        std::string voice, provider, format;
-        std::size_t frames;
-    };
-    std::vector<Case> cases{{raw16, test::tonesProvider, "", 2345},
-                            {raw32, test::tonesProvider, "", 40001},
-                            {framed16, test::tonesProvider, "", 1501},
-                            {framed32, test::tonesProvider, "", 7},
-                            {"org.example.Plain", test::tonesProvider, "", 300}};
+    std::vector<std::tuple<std::string, std::string, std::size_t>> cases{
+        {raw16, test::tonesProvider, 2345},
+        {raw32, test::tonesProvider, 40001},
+        {framed16, test::tonesProvider, 1501},
+        {framed32, test::tonesProvider, 7},
+        {"org.example.Plain", test::tonesProvider, 300}};
     for (const auto& v : test::testVoices("formats"))
-        cases.push_back({v.identifier, test::formatsProvider, v.format, 333});
-    for (const auto& c : cases) {
-        const auto rendered = render(synthesizer, {.text = "tone " + std::to_string(c.frames),
-                                                   .voiceIdentifier = c.voice,
-                                                   .voiceProvider = c.provider});
-        const auto listed = system->providerVoice(c.voice, c.provider);
-        ASSERT_TRUE(listed) << c.voice;
+        cases.emplace_back(v.identifier, test::formatsProvider, 333);
+    for (const auto& [voice, provider, frames] : cases) {
+        const auto rendered = render(
+            synthesizer,
+            {.text = "tone " + std::to_string(frames), .voiceIdentifier = voice, .voiceProvider = provider});
+        const auto listed = system->providerVoice(voice, provider);
+        ASSERT_TRUE(listed) << voice;
         const auto format = StreamFormat::parse(listed->outputFormat);
         std::vector<float> tone;
-        for (std::size_t frame = 0; format && frame < c.frames; ++frame) {
+        for (std::size_t frame = 0; format && frame < frames; ++frame) {
             for (int channel = 0; channel < format->channels; ++channel)
                 tone.push_back(test::decodedTone(format->sample, frame, channel));
         }
-        EXPECT_EQ(rendered.samples, tone) << c.voice << " of " << c.provider;
+        EXPECT_EQ(rendered.samples, tone) << voice << " of " << provider;
         const auto shape = format ? std::tuple(format->channels, format->sampleRate) : std::tuple(0, 0.0);
         EXPECT_EQ(
             std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
             std::tuple(std::get<0>(shape), std::get<1>(shape), true, 0))
-            << c.voice << " of " << c.provider;
+            << voice << " of " << provider;
     }
-    EXPECT_EQ(
-        std::ranges::count(system->voices(), std::string("org.example.Plain"), &SpeechVoice::identifier), 2);
 }
 
 TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlItself) {
@@ -163,19 +155,16 @@ TEST_F(SpeechBusTest, PassesTheSettingsOnProviderScalesAndRefusesMalformedSsmlIt
 
 TEST_F(SpeechBusTest, AFailingProviderCostsAPartialRenderAndTheEndBuffer) {
     synthesizer.setLimits({300ms, 5s});
-    const struct {
-        std::string text, voice;
-        std::size_t frames;
-    } cases[] = {
+    const std::tuple<std::string, std::string, std::size_t> cases[] = {
         {"die 3000", raw16, 3000},    {"die 1500", framed32, 1500}, {"stall 1000", raw16, 1000},
         {"stall 600", framed16, 600}, {"garbage 700", raw16, 700},  {"garbage 700", framed32, 700},
         {"silent 500", raw32, 500},   {"refuse", raw16, 0},         {"tone 100", "org.example.Missing", 0},
     };
-    for (const auto& c : cases) {
-        const Render rendered = render(synthesizer, {.text = c.text, .voiceIdentifier = c.voice});
+    for (const auto& [text, voice, frames] : cases) {
+        const Render rendered = render(synthesizer, {.text = text, .voiceIdentifier = voice});
         EXPECT_EQ(std::tuple(rendered.ended, rendered.frames(), rendered.buffersAfterEnd),
-                  std::tuple(true, c.frames, 0))
-            << c.text << " with " << c.voice;
+                  std::tuple(true, frames, 0))
+            << text << " with " << voice;
     }
     // The provider that died is started again for the next utterance.
     EXPECT_EQ(render(synthesizer, {.text = "tone 50", .voiceIdentifier = raw16}).frames(), 50u);
@@ -202,6 +191,57 @@ TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCa
     EXPECT_EQ(waitForCalls(6), (Calls{"finish:tone 2205", "cancel:<speak>", "cancel:refuse", "cancel:die 300",
                                       "cancel:tone 5", "finish:tone 441"}));
     EXPECT_EQ(*played, 2205u + 300u + 441u);
+}
+
+// Speech goes to the silent output, as no sound server answers; `bus` replaces the test's own bus.
+// No locale is set, as on containers and CI machines (ICU's default is then en_US_POSIX).
+test::ProcessResult cli(const std::vector<std::string>& arguments, const std::string& bus = "") {
+    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"}};
+    environment["LANG"] = "C.UTF-8";
+    for (const char* unset : {"LANGUAGE", "LC_ALL", "LC_COLLATE", "LC_MESSAGES"}) environment[unset] = "";
+    if (!bus.empty()) environment["DBUS_SESSION_BUS_ADDRESS"] = bus;
+    return test::runProcess(VELMORA_CLI, arguments, environment);
+}
+
+TEST(VoicesCommandTest, ListsVoicesSpeaksAndRendersOrSaysWhyNot) {
+    const auto says = [](const std::string& error) { return "velmora-cli: " + error + "\n"; };
+    const std::string missing = says("No speech provider offers the voice \"org.example.Missing\".");
+    const std::string noBus = "unix:path=/nonexistent/velmora-bus";
+    // Arguments, bus, standard output and error.
+    const std::tuple<std::vector<std::string>, std::string, std::string, std::string> cases[] = {
+        // clang-format off
+        {{"voices"}, "", test::readFile(test::expectedOutput("speech", "voices.txt")), ""},
+        {{"voices"}, noBus, "Voices not registered yet\n", ""},
+        {{"speak", "--voice", raw16, "--rate", "0.7", "tone 2205"}, "", "", ""},
+        {{"speak", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
+        {{"speak", "Hello"}, noBus, "", says("No speech provider offers any voice.")},
+        {{"speak", "--voice", raw16, "refuse"}, "", "", says("The voice's provider did not speak the whole text.")},
+        {{"speak", "--rate", "1.5", "Hello"}, "", "", says("The rate must be between 0 and 1 (0.5 is normal speed).")},
+        {{"render", "--voice", "org.example.Missing", "Hello"}, "", "", missing},
+        {{"render", "--voice", "org.example.format.S24_32LE", "tone 5"}, "", "",
+         says("The voice's audio format \"audio/x-raw,format=S24_32LE,rate=8000\" cannot be read: its samples are "
+              "S24_32LE, which this program cannot read.")},
+        // clang-format on
+    };
+    for (const auto& [arguments, bus, out, err] : cases) {
+        const test::ProcessResult result = cli(arguments, bus);
+        EXPECT_EQ(std::tuple(result.exitStatus, result.out, result.err),
+                  std::tuple(err.empty() ? 0 : 1, out, err))
+            << arguments.front() << " " << arguments.back();
+    }
+
+    // A render measures the utterance and writes its samples.
+    test::TempDir dir;
+    const test::ProcessResult first =
+        cli({"render", "--voice", raw16, "--dump", (dir / "a.caf").string(), "tone 2205"});
+    EXPECT_EQ(first.exitStatus, 0) << first.err;
+    EXPECT_TRUE(first.out.starts_with("seconds: 0.100\npeak: 0.0305\nlatency: ")) << first.out;
+    EXPECT_GT(std::filesystem::file_size(dir / "a.caf"), 2205u * 4);
+
+    const auto signature = [](const std::string& out) { return out.substr(out.find("signature: ")); };
+    EXPECT_EQ(signature(cli({"render", "--voice", raw16, "tone 2205"}).out), signature(first.out));
+    EXPECT_NE(signature(cli({"render", "--voice", raw16, "tone 2206"}).out), signature(first.out));
+    EXPECT_EQ(cli({"render", "--voice", raw16, "--ssml", "--pitch", "2", "<speak/>"}).exitStatus, 1);
 }
 
 }  // namespace
