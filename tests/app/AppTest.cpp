@@ -1,10 +1,14 @@
-// The speech controller against the test provider on a private session bus. The bus starts with
-// no provider; the test registers one while the controller retries.
+// The application's controllers. The speech controller runs against the test provider on a private
+// session bus that starts with no provider; the test registers one while the controller retries.
 #include <QSignalSpy>
 #include <QTest>
 #include <filesystem>
 
+#include "app/EnhancedVoiceManager.h"
+#include "app/SelfTestSuites.h"
 #include "app/SpeechController.h"
+#include "enhanced/Fixtures.h"
+#include "enhanced/ServedVoice.h"
 #include "speech/NullOutput.h"
 #include "speech/ProviderControl.h"
 #include "speech/TestProviderVoices.h"
@@ -26,7 +30,7 @@ std::string marked(const std::string& rest) { return std::string(VoiceList::mark
 
 }  // namespace
 
-class SpeechControllerTest : public QObject {
+class AppTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<WorkerThreads> workers_ = std::make_unique<WorkerThreads>();
@@ -46,6 +50,62 @@ private slots:
     void cleanupServices() {
         std::filesystem::remove(serviceFile(tonesProvider));
         std::filesystem::remove(serviceFile(chimesProvider));
+    }
+
+    // The flagged suites run speech first, each once, for whole case-sensitive flags anywhere.
+    void selfTestSuitesRunAsFlagged() {
+        const std::pair<std::vector<std::string>, QString> cases[] = {
+            {{"velmora"}, "0"},
+            {{"velmora", "-selftest"}, "1speech "},
+            {{"velmora", "-selftest-enhanced", "-enhanced-remove"}, "1enhanced(3) "},
+            {{"velmora", "-selftest-enhanced", "-platform", "offscreen", "-selftest"},
+             "1speech enhanced(5) "},
+            {{"velmora", "-selftest", "-selftest"}, "1speech "},
+            {{"velmora", "-enhanced-remove-all", "-enhanced-voice", "ios6/en-US"}, "0"},
+            {{"velmora", "-SELFTEST", "--selftest", "-selftest=1"}, "0"},
+        };
+        for (const auto& [arguments, expected] : cases) {
+            std::string ran;
+            const SelfTestSuites suites{
+                [&ran] { ran += "speech "; },
+                [&ran](const auto& all) { ran += "enhanced(" + std::to_string(all.size()) + ") "; }};
+            const bool wanted = runSelfTests(suites, arguments);
+            QCOMPARE(QString::fromStdString(std::to_string(wanted) + ran), expected);
+        }
+    }
+
+    // A manager that goes away while a real install runs: the install finishes on its worker
+    // thread, the pack lands, the staging folder is left empty, and nothing touches the manager
+    // afterwards (the sanitizer build reports any such touch).
+    void installOutlivesItsManager() {
+        namespace fs = std::filesystem;
+        const std::string archive = makeZip({"v/broker.hdr.asset", "Tessa", "v/voice.dat", "voice"});
+        // The archive trickles out, so that the transfer is still running when the manager goes.
+        LoopbackServer server([&archive](httplib::Server& s) {
+            s.Get("/voice.zip", [&archive](const httplib::Request&, httplib::Response& response) {
+                response.set_content_provider(
+                    archive.size(), "application/zip",
+                    [&archive](std::size_t offset, std::size_t, httplib::DataSink& sink) {
+                        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                        return sink.write(archive.data() + offset, 16);
+                    });
+            });
+        });
+        const EnhancedVoice voice = servedVoice(server.url("/voice.zip"), archive);
+        EnhancedServices services = EnhancedServices::real();
+        services.fetchCatalog = [voice](std::stop_token) { return std::vector{voice}; };
+        WorkerThreads workers;
+        auto manager = std::make_unique<EnhancedVoiceManager>(services, workers);
+        manager->load();
+        QTRY_VERIFY(!manager->isLoading());
+        QTRY_COMPARE(workers.running(), 0u);
+        manager->install(QString::fromStdString(voice.id()));
+        QTRY_VERIFY(fs::exists(staging()) && !fs::is_empty(staging()));
+        manager.reset();
+        QTRY_COMPARE_WITH_TIMEOUT(workers.running(), 0u, 30'000);
+        QCoreApplication::processEvents();  // the reports posted to the gone manager
+        QVERIFY(fs::is_empty(staging()));
+        QCOMPARE(readFile(voices() / "ios6/en-US/broker.hdr"), std::string("Tessa"));
     }
 
     void retriesStopOnceVoicesAppear() {
@@ -117,5 +177,10 @@ private slots:
 
 }  // namespace velmora::test
 
-QTEST_GUILESS_MAIN(velmora::test::SpeechControllerTest)
-#include "SpeechControllerTest.moc"
+int main(int argc, char** argv) {
+    velmora::test::TestWorld::entitle("group.test.enhanced");
+    QCoreApplication application(argc, argv);
+    velmora::test::AppTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "AppTest.moc"
