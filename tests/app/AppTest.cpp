@@ -56,14 +56,13 @@ private slots:
     // The flagged suites run speech first, each once, for whole case-sensitive flags anywhere.
     void selfTestSuitesRunAsFlagged() {
         const std::pair<std::vector<std::string>, QString> cases[] = {
-            {{"velmora"}, "0"},
-            {{"velmora", "-selftest"}, "1speech "},
-            {{"velmora", "-selftest-enhanced", "-enhanced-remove"}, "1enhanced(3) "},
-            {{"velmora", "-selftest-enhanced", "-platform", "offscreen", "-selftest"},
-             "1speech enhanced(5) "},
-            {{"velmora", "-selftest", "-selftest"}, "1speech "},
-            {{"velmora", "-enhanced-remove-all", "-enhanced-voice", "ios6/en-US"}, "0"},
-            {{"velmora", "-SELFTEST", "--selftest", "-selftest=1"}, "0"},
+            {{}, "0"},
+            {{"-selftest"}, "1speech "},
+            {{"-selftest-enhanced", "-enhanced-remove"}, "1enhanced(2) "},
+            {{"-selftest-enhanced", "-platform", "offscreen", "-selftest"}, "1speech enhanced(4) "},
+            {{"-selftest", "-selftest"}, "1speech "},
+            {{"-enhanced-remove-all", "-enhanced-voice", "ios6/en-US"}, "0"},
+            {{"-SELFTEST", "--selftest", "-selftest=1"}, "0"},
         };
         for (const auto& [arguments, expected] : cases) {
             std::string ran;

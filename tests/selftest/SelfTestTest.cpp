@@ -111,23 +111,17 @@ struct ScriptedRenderer : AudioRenderer {
     Utterance last;
 };
 
-TEST(HarnessTest, StreamEndsBeforeOrWhileTheResultIsAwaited) {
-    const auto expectHalfScale = [](const RenderResult& r) {
-        EXPECT_EQ(std::tuple(r.seconds, r.peak, r.latency >= 0, r.signature),
-                  std::tuple(0.01, 0.5f, true, 16384ul));
-    };
-    const auto before = BufferCollector::create();
-    for (const auto& buffer : {pcm({0.5f}), endMarker, pcm({0.75f, 0.75f}, 1, 50)})
-        before->callback()(buffer);
-    expectHalfScale(before->result(1h));  // the buffer after the end marker is not counted
-
-    const auto during = BufferCollector::create();
-    std::jthread late([callback = during->callback()] {
+// Buffers that arrive on another thread while the result is awaited wake the wait.
+TEST(HarnessTest, AStreamEndingWhileTheResultIsAwaitedWakesIt) {
+    const auto collector = BufferCollector::create();
+    std::jthread late([callback = collector->callback()] {
         std::this_thread::sleep_for(50ms);
         callback(pcm({0.5f}));
         callback(endMarker);
     });
-    expectHalfScale(during->result(1h));
+    const RenderResult r = collector->result(1h);
+    EXPECT_EQ(std::tuple(r.seconds, r.peak, r.latency >= 0, r.signature),
+              std::tuple(0.01, 0.5f, true, 16384ul));
 }
 
 TEST(HarnessTest, DumpHoldsTheFirstFormatsBuffersAndClosesAtTheEndOrTheTimeout) {
@@ -319,17 +313,15 @@ TEST(SpeechSuiteTest, VerdictsAtTheirBoundaries) {
     };
     // clang-format on
     for (const auto& c : cases) {
-        FakeServices fake{[&c](const RenderRequest& r) {
-                              for (const auto& [key, answer] : c.answers) {
-                                  if (r.ssml ? contains(r.text, key) : r.text == key) return answer;
-                              }
-                              return passingEngine(r);
-                          },
-                          {{samantha4, "Samantha (iOS 4)", "en-US"}}};
+        const auto engine = [&c](const RenderRequest& r) {
+            for (const auto& [key, answer] : c.answers)
+                if (r.ssml ? contains(r.text, key) : r.text == key) return answer;
+            return passingEngine(r);
+        };
+        FakeServices fake{engine, {{samantha4, "Samantha (iOS 4)", "en-US"}}};
         SelfTest::run(fake.services());
-        EXPECT_EQ(std::count(fake.lines.begin(), fake.lines.end(), c.line), 1)
-            << c.name << "; lines:\n"
-            << ::testing::PrintToString(fake.lines);
+        EXPECT_EQ(std::ranges::count(fake.lines, c.line), 1)
+            << c.name << ::testing::PrintToString(fake.lines);
     }
 }
 
@@ -414,8 +406,7 @@ struct EnhancedFake {
     }
 
     std::vector<std::string> run(const std::vector<std::string>& arguments) {
-        EnhancedSelfTestServices services{speech.services(), fetch, install};
-        EnhancedSelfTest::run(arguments, services);
+        EnhancedSelfTest::run(arguments, {speech.services(), fetch, install});
         return speech.lines;
     }
 };
