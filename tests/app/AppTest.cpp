@@ -17,8 +17,10 @@
 namespace velmora::test {
 namespace {
 
-std::filesystem::path serviceFile(const std::string& provider) {
-    return std::filesystem::path(LATE_SERVICE_DIR) / (provider + ".service");
+namespace fs = std::filesystem;
+
+fs::path serviceFile(const std::string& provider) {
+    return fs::path(LATE_SERVICE_DIR) / (provider + ".service");
 }
 
 void registerProvider(const std::string& provider, const std::string& voiceSet) {
@@ -27,8 +29,7 @@ void registerProvider(const std::string& provider, const std::string& voiceSet) 
 }
 
 void removeServices() {
-    for (const auto& provider : {tonesProvider, chimesProvider})
-        std::filesystem::remove(serviceFile(provider));
+    for (const auto& provider : {tonesProvider, chimesProvider}) fs::remove(serviceFile(provider));
 }
 
 std::string marked(const std::string& rest) { return std::string(VoiceList::marker) + rest; }
@@ -78,17 +79,15 @@ private slots:
     // thread, the pack lands, the staging folder is left empty, and nothing touches the manager
     // afterwards (the sanitizer build reports any such touch).
     void installOutlivesItsManager() {
-        namespace fs = std::filesystem;
         const std::string archive = makeZip({"v/broker.hdr.asset", "Tessa", "v/voice.dat", "voice"});
         // The archive trickles out, so that the transfer is still running when the manager goes.
         LoopbackServer server([&archive](httplib::Server& s) {
-            s.Get("/voice.zip", [&archive](const httplib::Request&, httplib::Response& response) {
-                response.set_content_provider(
-                    archive.size(), "application/zip",
-                    [&archive](std::size_t offset, std::size_t, httplib::DataSink& sink) {
-                        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-                        return sink.write(archive.data() + offset, 16);
-                    });
+            s.Get("/voice.zip", [&archive](const auto&, auto& response) {
+                response.set_content_provider(archive.size(), "application/zip",
+                                              [&archive](auto offset, auto, auto& sink) {
+                                                  std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                                                  return sink.write(archive.data() + offset, 16);
+                                              });
             });
         });
         const EnhancedVoice voice = servedVoice(server.url("/voice.zip"), archive);

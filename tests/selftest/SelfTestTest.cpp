@@ -1,6 +1,5 @@
-// The self tests' render harness, and the speech and enhanced suites against fakes: engines whose
-// durations, peaks and latencies are chosen per text, a catalog and an install. Every line of a
-// passing run, the boundaries of every verdict, and the runs that end early.
+// The render harness, and the speech and enhanced suites against fake engines, catalogs and
+// installs: every line of a passing run, the boundaries of every verdict, and the runs that end early.
 #include <gtest/gtest.h>
 #include <sndfile.h>
 #include <sys/stat.h>
@@ -25,9 +24,7 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 const PcmBuffer endMarker{};
 
-PcmBuffer pcm(std::vector<float> s, int channels = 1, double rate = 100) {
-    return {std::move(s), channels, rate};
-}
+PcmBuffer pcm(std::vector<float> s, int channels = 1, double rate = 100) { return {s, channels, rate}; }
 
 constexpr float quietest = 0.01f;
 const float justAudible = std::nextafter(0.01f, 1.0f);
@@ -225,12 +222,11 @@ struct FakeServices {
 
 const std::string samantha4 = "com.tarvenholt.Velmora.voice.ios4.en-US.Samantha";
 const std::string samantha7 = "com.tarvenholt.Velmora.voice.ios7.en-US.Samantha";
+const std::string samantha5 = "com.tarvenholt.Velmora.voice.ios5.en-US.Samantha";
 const std::string thomas5 = "com.tarvenholt.Velmora.voice.ios5.fr-FR.Thomas";
 const std::string sweep = "The quick brown fox jumps over the lazy dog.";
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != text.npos; }
 
 // An engine under which every check passes; SSML is told apart by a piece of each case.
 RenderResult passingEngine(const RenderRequest& r) {
@@ -369,12 +365,9 @@ EnhancedVoice catalogVoice(const std::string& release, const std::string& locale
 
 // How the fake engine misbehaves, if at all.
 struct EngineFaults {
-    std::optional<bool> pitchFromPack{};  // whether a pitch change is spoken from the pack; by default
-                                          // only for the release whose enhanced engine takes pitch
+    std::optional<bool> pitchFromPack{};  // by default only where the enhanced engine takes pitch
     bool readsLockedPack = false;         // reads a pack whose header has no permissions
-    bool silentWhenLocked = false;
-    bool silentFromPack = false;
-    bool ignoresPacks = false;
+    bool silentWhenLocked = false, silentFromPack = false, ignoresPacks = false;
 };
 
 // A run's fake world, whose packs go with it.
@@ -390,8 +383,7 @@ struct EnhancedFake {
         return ++installs, writePack(voice.id());
     };
     FakeServices speech{[this](const RenderRequest& r) { return speak(r); },
-                        {{"com.tarvenholt.Velmora.voice.ios5.en-US.Samantha", "Samantha (iOS 5)", "en-US"},
-                         {"com.tarvenholt.Velmora.voice.ios7.en-US.Samantha", "Samantha (iOS 7)", "en-US"}}};
+                        {{samantha5, "Samantha (iOS 5)", "en-US"}, {samantha7, "Samantha (iOS 7)", "en-US"}}};
 
     RenderResult speak(const RenderRequest& r) const {
         const std::string id = r.voice.substr(r.voice.find(".voice.") + 7, 10);  // "ios5.en-US"
