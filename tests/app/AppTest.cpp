@@ -7,7 +7,7 @@
 #include "app/EnhancedVoiceManager.h"
 #include "app/SelfTestSuites.h"
 #include "app/SpeechController.h"
-#include "enhanced/Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "enhanced/ServedVoice.h"
 #include "speech/NullOutput.h"
 #include "speech/ProviderControl.h"

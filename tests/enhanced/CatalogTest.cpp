@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "enhanced/BackgroundSha1.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
-#include "Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "base/UniqueFd.h"
 #include "cli/CliBundle.h"
 #include "support/Watched.h"

@@ -6,7 +6,7 @@
 #include <random>
 #include <regex>
 
-#include "Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "ServedVoice.h"
 #include "enhanced/InstallFailure.h"
 #include "enhanced/PartialDownload.h"

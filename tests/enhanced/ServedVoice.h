@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "enhanced/EnhancedVoice.h"
-#include "enhanced/Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "store/VoiceRelease.h"
 
 namespace velmora::test {

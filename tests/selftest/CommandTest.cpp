@@ -9,7 +9,7 @@
 #include <functional>
 #include <sstream>
 
-#include "enhanced/Fixtures.h"
+#include "support/ServedCatalog.h"
 #include "selftest/SuiteLines.h"
 #include "store/ContainerStatus.h"
 #include "support/Files.h"

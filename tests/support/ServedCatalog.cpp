@@ -1,4 +1,4 @@
-#include "Fixtures.h"
+#include "support/ServedCatalog.h"
 
 #include <openssl/evp.h>
 
