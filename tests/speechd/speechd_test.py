@@ -1,12 +1,10 @@
 #!/usr/bin/python3
-"""sd_velmora under a private speech-dispatcher server, with the reference provider on the
-private session bus this test runs in (dbus-run-session). The server has its own configuration
-folder, socket and log folder, and no sound server: the module plays in silence at real time.
-
-Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR
-The provider's service file is copied into SERVICE_DIR (a folder the bus activates from) only
-once the module runs, as installing a voice provider does. Last, the server runs from the
-user's settings alone, as velmora-cli system-voice enable leaves them.
+"""sd_velmora under a private speech-dispatcher server (own configuration, socket and log folder,
+no sound server: the module plays in silence at real time), with the reference provider on the
+private session bus this test runs in. Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR
+The provider's service file goes into SERVICE_DIR, a folder the bus activates from, only once the
+module runs, as installing a voice provider does. Last, the server runs from the user's settings
+alone, as velmora-cli system-voice enable leaves them.
 """
 import os
 import pathlib
@@ -33,19 +31,17 @@ USER_ENV = dict(os.environ, HOME=str(WORK), XDG_CONFIG_HOME=str(WORK / "config")
 
 def start_server(own_config=True):
     """A server with a configuration folder of the test's own, or with the user's settings."""
-    shutil.rmtree(WORK / "conf", ignore_errors=True)
-    shutil.rmtree(WORK / "log", ignore_errors=True)
+    for folder in ("conf", "log"):
+        shutil.rmtree(WORK / folder, ignore_errors=True)
     (WORK / "sock").unlink(missing_ok=True)
     (WORK / "conf" / "modules").mkdir(parents=True)
     (WORK / "log").mkdir()
     (WORK / "conf" / "speechd.conf").write_text(
         f'LogLevel 5\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')
     (WORK / "conf" / "modules" / "velmora.conf").write_text('VelmoraAudioOutput "null"\n')
-    config = ["-C", str(WORK / "conf")] if own_config else []
-    server = subprocess.Popen(
-        ["speech-dispatcher", "-s", "-t", "0", "-c", "unix_socket", "-S", str(WORK / "sock"),
-         "-L", str(WORK / "log"), *config],
-        env=USER_ENV, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    server = subprocess.Popen(["speech-dispatcher", "-s", "-t", "0", "-c", "unix_socket", "-S", str(WORK / "sock"),
+                               "-L", str(WORK / "log")] + (["-C", str(WORK / "conf")] if own_config else []),
+                              env=USER_ENV, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     deadline = time.monotonic() + 20
     while not (WORK / "sock").exists() and time.monotonic() < deadline:
         time.sleep(0.05)
@@ -81,19 +77,19 @@ class Client:
         self.events = queue.Queue()
 
     def speak(self, ssml):
-        self.ssip.speak(ssml, callback=lambda kind, index_mark=None: self.events.put(
-            (kind, index_mark, time.monotonic())))
+        self.ssip.speak(ssml, callback=lambda kind, index_mark=None: self.events.put((kind, index_mark)))
 
-    def until_end(self, timeout=30):
+    def until(self, last=(speechd.CallbackType.END, speechd.CallbackType.CANCEL), timeout=30):
+        """The events (marks by their names) up to one of the kinds `last`, or to the timeout."""
         seen = []
         deadline = time.monotonic() + timeout
         while time.monotonic() < deadline:
             try:
-                kind, mark, _ = self.events.get(timeout=0.5)
+                kind, mark = self.events.get(timeout=0.5)
             except queue.Empty:
                 continue
             seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
-            if kind in (speechd.CallbackType.END, speechd.CallbackType.CANCEL):
+            if kind in last:
                 return seen
         return seen + ["(no end)"]
 
@@ -112,8 +108,7 @@ def test_voice_installed_while_running():
 
 
 def test_manual_cases(listing):
-    french = [line for line in listing.splitlines() if " fr" in line]
-    french_name = french[0].rsplit(" fr", 1)[0].strip() if french else "?"
+    french_name = next((line.rsplit(" fr", 1)[0].strip() for line in listing.splitlines() if " fr" in line), "?")
     # name: spd-say arguments, then the language of the voice that must speak
     cases = [
         ("english by language",        ["-l", "en-US", "Hello"],                          "en"),
@@ -136,7 +131,7 @@ def test_manual_cases(listing):
 
 def test_marks_then_end(client):
     client.speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
-    seen = client.until_end()
+    seen = client.until()
     check("three marks in order, then END", seen == [speechd.CallbackType.BEGIN, "m1", "m2", "m3",
                                                       speechd.CallbackType.END], str(seen))
 
@@ -146,14 +141,7 @@ def test_pause_at_next_mark(client):
                  'Words after it. ' * 10 + '<mark name="p2"/>The end.</speak>')
     client.events.get(timeout=20)  # BEGIN
     client.ssip.pause()
-    seen = []
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline and speechd.CallbackType.PAUSE not in seen:
-        try:
-            kind, mark, _ = client.events.get(timeout=0.5)
-            seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
-        except queue.Empty:
-            pass
+    seen = client.until([speechd.CallbackType.PAUSE], timeout=20)
     # speech-dispatcher puts marks of its own into the text, keeps the one a pause stops at for
     # resuming, and tells the client PAUSE alone
     server_log = (WORK / "log" / "speech-dispatcher.log").read_text(errors="replace")
@@ -165,14 +153,10 @@ def test_pause_at_next_mark(client):
 
 def test_stop_during_long_message(client):
     client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline:
-        kind, _, _ = client.events.get(timeout=20)
-        if kind == speechd.CallbackType.BEGIN:
-            break
+    client.until([speechd.CallbackType.BEGIN], timeout=20)
     time.sleep(0.5)
     client.ssip.stop()
-    seen = client.until_end(timeout=5)
+    seen = client.until(timeout=5)
     check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
 
 
@@ -184,17 +168,13 @@ def stop_server(server):
 def test_system_voice_enable():
     user_file = WORK / "config" / "speech-dispatcher" / "speechd.conf"
     own = 'DefaultRate 20\nAddModule "espeak-ng" "sd_espeak-ng" "espeak-ng.conf"\n'
-    # name, the user's file before (None: none), the modules the server then loads
-    cases = [
-        ("without a file of the user's", None, ["espeak-ng", "velmora"]),
-        ("with the user's own file",     own,  ["espeak-ng", "velmora"]),
-    ]
-    for name, before, modules in cases:
+    cli = lambda verb: subprocess.run([CLI, "system-voice", verb], env=USER_ENV, capture_output=True, text=True)
+    # with the user's file before (None: none), the server then loads both modules
+    for name, before in (("without a file of the user's", None), ("with the user's own file", own)):
         shutil.rmtree(user_file.parent, ignore_errors=True)
         if before is not None:
             user_file.parent.mkdir(parents=True)
             user_file.write_text(before)
-        cli = lambda verb: subprocess.run([CLI, "system-voice", verb], env=USER_ENV, capture_output=True, text=True)
         enabled = cli("enable")
         server = start_server(own_config=False)
         try:
@@ -202,8 +182,8 @@ def test_system_voice_enable():
             spoken = spd_say("-w", "Hello")
         finally:
             stop_server(server)
-        check(f"enable {name}: the server loads the module", enabled.returncode == 0 and listed == modules,
-              f"{enabled.stdout}{enabled.stderr} {listed}")
+        check(f"enable {name}: the server loads the module", enabled.returncode == 0 and
+              listed == ["espeak-ng", "velmora"], f"{enabled.stdout}{enabled.stderr} {listed}")
         check(f"enable {name}: the module speaks", spoken.returncode == 0 and "voice " in module_log(), module_log())
         check(f"enable {name}: status says so", "enabled for this user" in cli("status").stdout)
         cli("disable")

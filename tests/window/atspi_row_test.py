@@ -1,10 +1,8 @@
 """Presses an enhanced voice row through AT-SPI and follows its name: "Download ...", then
 "Stop downloading ..." while the archive arrives, then "Remove ..." once it is installed; and
 listens, as a screen reader does, to the notification that says the download started and the
-voice was installed.
-
-Usage: atspi_row_test.py VELMORA. Runs the program with a catalog served here on loopback and
-its shared folder in a temporary folder; needs DISPLAY and the session bus set up by the caller.
+voice was installed. Usage: atspi_row_test.py VELMORA, with DISPLAY and the session bus set up:
+runs the program with a catalog served here on loopback and its shared folder in a temporary one.
 """
 
 import hashlib
@@ -22,6 +20,7 @@ import zipfile
 import pyatspi
 
 ARCHIVE_HALF_DELAY = 1.0  # seconds the archive stalls half-way, so the download can be seen
+SAMANTHA = "Samantha, English (United States), "
 
 
 def voice_archive():
@@ -42,15 +41,16 @@ def catalog(base, archive):
 def serve(archive):
     class Handler(http.server.BaseHTTPRequestHandler):
         def do_GET(self):
-            body = catalog(f"http://127.0.0.1:{self.server.server_port}/", archive) \
-                if self.path == "/catalog.xml" else archive
+            if self.path == "/catalog.xml":
+                body, half = catalog(f"http://127.0.0.1:{self.server.server_port}/", archive), None
+            else:
+                body, half = archive, len(archive) // 2
             self.send_response(200)
             self.send_header("Content-Length", str(len(body)))
             self.end_headers()
-            half = len(body) // 2 if self.path.endswith(".zip") else len(body)
             self.wfile.write(body[:half])
-            self.wfile.flush()
-            if half < len(body):
+            if half:
+                self.wfile.flush()
                 time.sleep(ARCHIVE_HALF_DELAY)
                 self.wfile.write(body[half:])
 
@@ -64,29 +64,18 @@ def serve(archive):
 
 def poll(what, find, timeout=15.0):
     end = time.monotonic() + timeout
-    while time.monotonic() < end:
-        found = find()
-        if found:
-            return found
+    while not (found := find()):
+        if time.monotonic() > end:
+            sys.exit(f"FAIL: timed out waiting for {what}")
         time.sleep(0.05)
-    sys.exit(f"FAIL: timed out waiting for {what}")
+    return found
 
 
-def application():
-    return next((a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "velmora"), None)
-
-
-def button(prefix):
-    app = application()
-    return app and pyatspi.findDescendant(
-        app, lambda a: a.getRoleName() == "push button" and a.name.startswith(prefix)
-        and a.getState().contains(pyatspi.STATE_SHOWING), True)
-
-
-def notification():
-    app = application()
-    return app and pyatspi.findDescendant(
-        app, lambda a: a.getRoleName() == "notification" and a.getState().contains(pyatspi.STATE_SHOWING), True)
+def shown(role, prefix=""):
+    """The program's showing element of the role whose name starts with `prefix`, else None."""
+    app = next((a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "velmora"), None)
+    return app and pyatspi.findDescendant(app, lambda a: a.getRoleName() == role and a.name.startswith(prefix)
+                                          and a.getState().contains(pyatspi.STATE_SHOWING), True)
 
 
 def heard(announcer, said, start):
@@ -99,8 +88,7 @@ def heard(announcer, said, start):
 
 def press(element):
     action = element.queryAction()
-    names = [action.getName(i) for i in range(action.nActions)]
-    action.doAction(names.index("Press"))
+    action.doAction([action.getName(i) for i in range(action.nActions)].index("Press"))
 
 
 def main():
@@ -110,18 +98,16 @@ def main():
                            VELMORA_CATALOG_URL=f"http://127.0.0.1:{server.server_port}/catalog.xml")
         program = subprocess.Popen([sys.argv[1]], env=environment)
         try:
-            press(poll("the Enhanced voices button", lambda: button("Enhanced voices")))
-            row = poll("the row to download", lambda: button("Download Samantha, English (United States), "))
+            press(poll("the Enhanced voices button", lambda: shown("push button", "Enhanced voices")))
+            row = poll("the row to download", lambda: shown("push button", "Download " + SAMANTHA))
             assert row.childCount == 0, f"the row exposes {row.childCount} children"
             # The notification that has said the catalog was read says the rest.
-            announcer = poll("the notification", notification)
+            announcer = poll("the notification", lambda: shown("notification"))
             said = []
             press(row)
-            poll("the downloading label", lambda: row.name.startswith(
-                "Stop downloading Samantha, English (United States), ") and row.name)
+            poll("the downloading label", lambda: row.name.startswith("Stop downloading " + SAMANTHA) and row.name)
             poll("the start said", lambda: heard(announcer, said, "Downloading Samantha, "))
-            poll("the installed label", lambda: row.name.startswith(
-                "Remove Samantha, English (United States), ") and row.name)
+            poll("the installed label", lambda: row.name.startswith("Remove " + SAMANTHA) and row.name)
             poll("the install said", lambda: heard(announcer, said, "Samantha installed, "))
             print(f"ok: {row.name}; heard {said}")
         finally:
