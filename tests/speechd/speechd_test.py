@@ -58,10 +58,6 @@ def module_log():
     return (WORK / "log" / "velmora.log").read_text(errors="replace")
 
 
-def voices_listed():
-    return [line.split()[0] for line in spd_say("-L").stdout.splitlines()[1:] if line.strip()]
-
-
 def last_voice():
     lines = [line for line in module_log().splitlines() if "sd_velmora: voice " in line]
     return lines[-1].split("sd_velmora: voice ", 1)[1] if lines else ""
@@ -95,7 +91,8 @@ class Client:
 
 
 def test_voice_installed_while_running():
-    check("no voices before a provider is installed", voices_listed() == [], spd_say("-L").stdout)
+    before = spd_say("-L").stdout
+    check("no voices before a provider is installed", not before.strip().splitlines()[1:], before)
     shutil.copy(PROVIDER_SERVICE, SERVICE_DIR / PROVIDER_SERVICE.name)
     subprocess.run(["dbus-send", "--session", "--dest=org.freedesktop.DBus", "--type=method_call",
                     "/org/freedesktop/DBus", "org.freedesktop.DBus.ReloadConfig"], check=True)
@@ -114,8 +111,6 @@ def test_manual_cases(listing):
         ("english by language",        ["-l", "en-US", "Hello"],                          "en"),
         ("french by language",         ["-l", "fr-FR", "Bonjour"],                        "fr"),
         ("french by name",             ["-y", french_name, "Bonjour"],                    "fr"),
-        ("french by language and name", ["-l", "fr-FR", "-y", french_name, "Bonjour"],    "fr"),
-        ("french female1",             ["-l", "fr-FR", "-t", "female1", "Bonjour"],       "fr"),
         ("french female2",             ["-l", "fr-FR", "-t", "female2", "Bonjour"],       "fr"),
         ("bogus name falls back",      ["-l", "fr-FR", "-y", "bleaaaarg", "Bonjour"],     "fr"),
         ("a character",                ["-c", "a"],                                       ""),
@@ -129,14 +124,21 @@ def test_manual_cases(listing):
         check(f"spd-say {name}", result.returncode == 0 and f"({language}" in voice, f"{result} {voice}")
 
 
-def test_marks_then_end(client):
+def test_client_events():
+    """Marks in order, a stop, a pause at the next mark, as speech-dispatcher's Python client sees them."""
+    client = Client()
     client.speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
     seen = client.until()
     check("three marks in order, then END", seen == [speechd.CallbackType.BEGIN, "m1", "m2", "m3",
                                                       speechd.CallbackType.END], str(seen))
 
+    client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
+    client.until([speechd.CallbackType.BEGIN], timeout=20)
+    time.sleep(0.5)
+    client.ssip.stop()
+    seen = client.until(timeout=5)
+    check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
 
-def test_pause_at_next_mark(client):
     client.speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' +
                  'Words after it. ' * 10 + '<mark name="p2"/>The end.</speak>')
     client.events.get(timeout=20)  # BEGIN
@@ -149,15 +151,7 @@ def test_pause_at_next_mark(client):
     check("PAUSE ends the message at its next mark", seen == [speechd.CallbackType.PAUSE] and
           "700 INDEX MARK" in before_pause and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
     client.ssip.cancel()
-
-
-def test_stop_during_long_message(client):
-    client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
-    client.until([speechd.CallbackType.BEGIN], timeout=20)
-    time.sleep(0.5)
-    client.ssip.stop()
-    seen = client.until(timeout=5)
-    check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
+    client.ssip.close()
 
 
 def stop_server(server):
@@ -199,11 +193,7 @@ def main():
     try:
         listing = test_voice_installed_while_running()
         test_manual_cases(listing)
-        client = Client()
-        test_marks_then_end(client)
-        test_stop_during_long_message(client)
-        test_pause_at_next_mark(client)
-        client.ssip.close()
+        test_client_events()
     finally:
         stop_server(server)
     test_system_voice_enable()
