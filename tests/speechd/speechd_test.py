@@ -16,6 +16,7 @@ import time
 
 import speechd
 
+Event = speechd.CallbackType
 MODULE, CLI, PROVIDER_SERVICE, SERVICE_DIR, WORK = map(pathlib.Path, sys.argv[1:6])
 failures = []
 
@@ -50,8 +51,7 @@ def start_server(own_config=True):
 
 def spd_say(*args, module=("-o", "velmora")):
     env = dict(os.environ, SPEECHD_ADDRESS=f"unix_socket:{WORK / 'sock'}")
-    return subprocess.run(["spd-say", *module, *args], env=env, capture_output=True,
-                          text=True, timeout=30)
+    return subprocess.run(["spd-say", *module, *args], env=env, capture_output=True, text=True, timeout=30)
 
 
 def module_log():
@@ -61,33 +61,6 @@ def module_log():
 def last_voice():
     lines = [line for line in module_log().splitlines() if "sd_velmora: voice " in line]
     return lines[-1].split("sd_velmora: voice ", 1)[1] if lines else ""
-
-
-class Client:
-    """speech-dispatcher's Python client, with the events of each message in a queue."""
-
-    def __init__(self):
-        self.ssip = speechd.SSIPClient("velmora-test", address=f"unix_socket:{WORK / 'sock'}", autospawn=False)
-        self.ssip.set_output_module("velmora")
-        self.ssip.set_data_mode(speechd.DataMode.SSML)
-        self.events = queue.Queue()
-
-    def speak(self, ssml):
-        self.ssip.speak(ssml, callback=lambda kind, index_mark=None: self.events.put((kind, index_mark)))
-
-    def until(self, last=(speechd.CallbackType.END, speechd.CallbackType.CANCEL), timeout=30):
-        """The events (marks by their names) up to one of the kinds `last`, or to the timeout."""
-        seen = []
-        deadline = time.monotonic() + timeout
-        while time.monotonic() < deadline:
-            try:
-                kind, mark = self.events.get(timeout=0.5)
-            except queue.Empty:
-                continue
-            seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
-            if kind in last:
-                return seen
-        return seen + ["(no end)"]
 
 
 def test_voice_installed_while_running():
@@ -126,32 +99,49 @@ def test_manual_cases(listing):
 
 def test_client_events():
     """Marks in order, a stop, a pause at the next mark, as speech-dispatcher's Python client sees them."""
-    client = Client()
-    client.speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
-    seen = client.until()
-    check("three marks in order, then END", seen == [speechd.CallbackType.BEGIN, "m1", "m2", "m3",
-                                                      speechd.CallbackType.END], str(seen))
+    ssip = speechd.SSIPClient("velmora-test", address=f"unix_socket:{WORK / 'sock'}", autospawn=False)
+    ssip.set_output_module("velmora")
+    ssip.set_data_mode(speechd.DataMode.SSML)
+    events = queue.Queue()
+    speak = lambda ssml: ssip.speak(ssml, callback=lambda kind, index_mark=None: events.put((kind, index_mark)))
 
-    client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
-    client.until([speechd.CallbackType.BEGIN], timeout=20)
+    def until(last=(Event.END, Event.CANCEL), timeout=30):
+        """The events of the message (marks by their names) up to one of the kinds `last`, or the timeout."""
+        seen, deadline = [], time.monotonic() + timeout
+        while time.monotonic() < deadline:
+            try:
+                kind, mark = events.get(timeout=0.5)
+            except queue.Empty:
+                continue
+            seen.append(mark if kind == Event.INDEX_MARK else kind)
+            if kind in last:
+                return seen
+        return seen + ["(no end)"]
+
+    speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
+    seen = until()
+    check("three marks in order, then END", seen == [Event.BEGIN, "m1", "m2", "m3", Event.END], str(seen))
+
+    speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
+    until([Event.BEGIN], timeout=20)
     time.sleep(0.5)
-    client.ssip.stop()
-    seen = client.until(timeout=5)
-    check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
+    ssip.stop()
+    seen = until(timeout=5)
+    check("STOP during a long message ends it with STOP", seen[-1:] == [Event.CANCEL], str(seen))
 
-    client.speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' +
-                 'Words after it. ' * 10 + '<mark name="p2"/>The end.</speak>')
-    client.events.get(timeout=20)  # BEGIN
-    client.ssip.pause()
-    seen = client.until([speechd.CallbackType.PAUSE], timeout=20)
+    speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' + 'Words after it. ' * 10 +
+          '<mark name="p2"/>The end.</speak>')
+    events.get(timeout=20)  # BEGIN
+    ssip.pause()
+    seen = until([Event.PAUSE], timeout=20)
     # speech-dispatcher puts marks of its own into the text, keeps the one a pause stops at for
     # resuming, and tells the client PAUSE alone
     server_log = (WORK / "log" / "speech-dispatcher.log").read_text(errors="replace")
     before_pause = server_log[:server_log.find("704 PAUSE")].rsplit("701 BEGIN", 1)[-1]
-    check("PAUSE ends the message at its next mark", seen == [speechd.CallbackType.PAUSE] and
-          "700 INDEX MARK" in before_pause and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
-    client.ssip.cancel()
-    client.ssip.close()
+    check("PAUSE ends the message at its next mark", seen == [Event.PAUSE] and "700 INDEX MARK" in before_pause
+          and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
+    ssip.cancel()
+    ssip.close()
 
 
 def stop_server(server):

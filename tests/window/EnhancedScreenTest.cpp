@@ -77,9 +77,6 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     EXPECT_TRUE(screen->shows("iOS 6 — 3 voices"));
     EXPECT_FALSE(screen->shows("iOS 7 — 0 voices"));
     EXPECT_EQ(screen->countShown(Texts::downloadAllButton()), 2u);
-    QAccessibleInterface* row = QAccessible::queryAccessibleInterface(screen->row("Download " + samantha));
-    EXPECT_EQ(row->role(), QAccessible::Button);
-    EXPECT_EQ(row->childCount(), 0) << "the control and the texts are heard through the row";
     screen->screenshot("enhanced-available");
 
     // Each row's action, each way: the mouse on "Get", the screen reader's press, the keyboard.
@@ -141,13 +138,11 @@ TEST_F(EnhancedScreenTest, ShowsEachStateWithItsControlAndLabel) {
     EXPECT_TRUE(waitFor([&] { return !screen->shows(Texts::installedLabel()); }));
     EXPECT_TRUE(screen->row("Download " + german));
 
-    // F5 reads the catalog again without a loading row; Escape goes back.
+    // F5 reads the catalog again without a loading row.
     const int reads = server_.catalogReads;
     screen->press(Qt::Key_F5);
     EXPECT_TRUE(waitFor([&] { return server_.catalogReads > reads; }));
     EXPECT_FALSE(screen->shows(Texts::loading()));
-    screen->press(Qt::Key_Escape);
-    EXPECT_TRUE(waitFor([&] { return screen->shows(Texts::rateLabel()); }));
 }
 
 // The installs belong to the program: a screen opened again shows them, and "Delete all" waits

@@ -29,26 +29,24 @@ ARCHIVE_HALF_DELAY = 1.0  # seconds the archive stalls half-way, so the download
 SAMANTHA = "Samantha, English (United States), "
 
 
-def voice_archive():
+def serve():
+    """A loopback server of a catalog with one voice, whose archive stalls half-way."""
     data = io.BytesIO()
     with zipfile.ZipFile(data, "w", zipfile.ZIP_DEFLATED) as archive:
         archive.writestr("voice/broker.hdr.asset", "<broker>\n<voice>Samantha</voice>\n</broker>\n")
         archive.writestr("voice/voice.dat", os.urandom(200_000))
-    return data.getvalue()
+    archive = data.getvalue()
 
-
-def catalog(base, archive):
-    asset = {"Build": "10A403", "FormatVersion": "3", "Language": "en-US", "_IsZipStreamable": True,
-             "_DownloadSize": len(archive), "_UnarchivedSize": 4 * len(archive), "_MasteredVersion": "5.0.1",
-             "_Measurement": hashlib.sha1(archive).digest(), "__BaseURL": base, "__RelativePath": "samantha.zip"}
-    return plistlib.dumps({"AssetType": "voices", "Assets": [asset]})
-
-
-def serve(archive):
     class Handler(http.server.BaseHTTPRequestHandler):
+        log_message = lambda *args: None
+
         def do_GET(self):
             if self.path == "/catalog.xml":
-                body, half = catalog(f"http://127.0.0.1:{self.server.server_port}/", archive), None
+                asset = {"Build": "10A403", "FormatVersion": "3", "Language": "en-US", "_IsZipStreamable": True,
+                         "_DownloadSize": len(archive), "_UnarchivedSize": 4 * len(archive),
+                         "_MasteredVersion": "5.0.1", "_Measurement": hashlib.sha1(archive).digest(),
+                         "__BaseURL": f"http://127.0.0.1:{self.server.server_port}/", "__RelativePath": "samantha.zip"}
+                body, half = plistlib.dumps({"AssetType": "voices", "Assets": [asset]}), None
             else:
                 body, half = archive, len(archive) // 2
             self.send_response(200)
@@ -59,9 +57,6 @@ def serve(archive):
                 self.wfile.flush()
                 time.sleep(ARCHIVE_HALF_DELAY)
                 self.wfile.write(body[half:])
-
-        def log_message(self, *args):
-            pass
 
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
     threading.Thread(target=server.serve_forever, daemon=True).start()
@@ -116,7 +111,7 @@ def outer():
 def main():
     if "ATSPI_INNER" not in os.environ:
         outer()
-    server = serve(voice_archive())
+    server = serve()
     with tempfile.TemporaryDirectory() as groups:
         environment = dict(os.environ, VELMORA_APP_GROUPS_ROOT=groups,
                            VELMORA_CATALOG_URL=f"http://127.0.0.1:{server.server_port}/catalog.xml")
