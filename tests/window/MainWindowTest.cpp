@@ -126,12 +126,10 @@ int main(int argc, char** argv) {
     // The compact data that names Samantha on the enhanced voices screen.
     TestWorld::writeCompactData({{"ios5/TTSResources/en-US/broker.hdr", brokerHeader("Samantha")}});
     TestWorld::useUsEnglish();
-    CatalogServer::shared();
+    CatalogServer::shared();  // sets the catalog's address; each test that holds its requests releases them
 
     QGuiApplication application(argc, argv);
     velmora::applyDesktopLook();
     ::testing::InitGoogleTest(&argc, argv);
-    const int result = RUN_ALL_TESTS();
-    CatalogServer::shared().release();
-    return result;
+    return RUN_ALL_TESTS();
 }

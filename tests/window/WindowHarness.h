@@ -8,7 +8,6 @@
 #include <QTest>
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -22,8 +21,7 @@
 namespace velmora::test {
 
 // A controller over `system`'s voices, speaking without a sound server when there is none.
-inline std::unique_ptr<SpeechController> controllerOf(const std::shared_ptr<SpeechSystem>& system,
-                                                      AppServices& services) {
+inline auto controllerOf(const std::shared_ptr<SpeechSystem>& system, AppServices& services) {
     return std::make_unique<SpeechController>(system, std::make_unique<Synthesizer>(system, openAudioOutput),
                                               services.workers());
 }
@@ -31,9 +29,8 @@ inline std::unique_ptr<SpeechController> controllerOf(const std::shared_ptr<Spee
 // Waits, handling events, until `condition` holds; false when it did not within ten seconds.
 inline bool waitFor(const std::function<bool()>& condition) { return QTest::qWaitFor(condition, 10000); }
 
-// The real window (qrc:/Velmora/qml/Main.qml) loaded offscreen with the given objects, and the
-// ways a test looks at it and works it: by the texts and accessible names a person would see or
-// hear, with the mouse and the keyboard.
+// The real window (qrc:/Velmora/qml/Main.qml) loaded offscreen, looked at by the texts and accessible
+// names a person would see or hear, and worked with the mouse, the keyboard and a screen reader's actions.
 class WindowHarness {
 public:
     WindowHarness(SpeechController& speech, AppServices& services) {
@@ -178,12 +175,6 @@ public:
     Gate download;                     // the held archive's rest
     std::atomic<bool> failing{false};  // the catalog answers 404 Not Found
     std::atomic<int> catalogReads{0};
-
-    // Opens every gate, so that no request stays held.
-    void release() {
-        catalog.open();
-        download.open();
-    }
 
 private:
     CatalogServer() { setenv("VELMORA_CATALOG_URL", server_.url("/catalog.xml").c_str(), 1); }

@@ -93,8 +93,7 @@ def press(element):
 
 
 def outer():
-    """Runs this script again on a virtual X server, in a session bus that keeps the environment it
-    starts with; the accessibility bus's socket goes into a runtime folder of this run only."""
+    """Runs this script again on a virtual X server and a session bus, with a runtime folder of its own."""
     missing = [tool for tool in ("xvfb-run", "xauth", "dbus-run-session", "/usr/libexec/at-spi-bus-launcher")
                if not shutil.which(tool)] + ([] if pyatspi else ["python3-pyatspi"])
     if missing:
