@@ -85,13 +85,12 @@ public:
         return found ? itemWithText(text, found) : nullptr;
     }
 
-    // The layer above the pages that holds the dialogs.
-    QQuickItem* overlay() const {
+    // The shown item with `text` in the layer above the pages that holds the dialogs, else null.
+    QQuickItem* inDialog(const QString& text) const {
         for (QQuickItem* item : window_->contentItem()->childItems())
-            if (item->inherits("QQuickOverlay")) return item;
+            if (item->inherits("QQuickOverlay")) return itemWithText(text, item);
         throw std::runtime_error("the window has no overlay");
     }
-    QQuickItem* inDialog(const QString& text) const { return itemWithText(text, overlay()); }
     // Performs the press action of the item's accessible element, as a screen reader does.
     static void pressAccessibly(QQuickItem* item) {
         QAccessibleInterface* accessible = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
@@ -105,13 +104,12 @@ public:
         QTest::mouseClick(window_, Qt::LeftButton, {}, centre.toPoint());
     }
     void press(Qt::Key key) const { QTest::keyClick(window_, key); }
-    // The item that has the keyboard focus.
-    QQuickItem* focused() const { return window_->activeFocusItem(); }
-    // Its accessible name, or its text: offscreen, Qt gives controls no accessible names of
-    // their own (a screen reader would hear the text).
+    // The accessible name of the item that has the keyboard focus, or its text: offscreen, Qt gives
+    // controls no accessible names of their own (a screen reader would hear the text).
     QString focusedName() const {
-        const QString name = focused() ? accessibleName(focused()) : QString();
-        return name.isEmpty() && focused() ? focused()->property("text").toString() : name;
+        QQuickItem* item = window_->activeFocusItem();
+        const QString name = item ? accessibleName(item) : QString();
+        return name.isEmpty() && item ? item->property("text").toString() : name;
     }
 
     // Waits for the page transition to end, then saves the window as `name`.png in the
