@@ -17,9 +17,8 @@ const QString japanese = QStringLiteral("Japanese (Japan), Japanese (Japan), 1 K
 
 class EnhancedScreenTest : public ::testing::Test {
 protected:
-    // The real services, except that installs of ios6/de-DE wait for `unpackingGate_` after
-    // reporting that they unpack, which holds them in that state, and that deleting every pack
-    // fails while `removeAllFails_` is set.
+    // The real services, except that installs of ios6/de-DE report that they unpack, then hold there
+    // until `unpackingGate_` opens, and that deleting every pack fails while `removeAllFails_` is set.
     EnhancedServices services() {
         auto services = EnhancedServices::real();
         services.install = [real = services.install, this](const EnhancedVoice& voice, const auto& progress,

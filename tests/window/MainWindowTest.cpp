@@ -1,6 +1,5 @@
-// The window tests, run offscreen in a container of their own, with the user's locale fixed and
-// the test catalog server as the catalog; here the main window, listing the reference provider's
-// voices from a private bus, and the isolation of right-to-left names.
+// The window tests, offscreen, in a container of their own, with the locale fixed and the test catalog
+// server as the catalog; here the main window with the reference provider's voices, and bidi names.
 #include <gtest/gtest.h>
 
 #include <QGuiApplication>
@@ -103,7 +102,6 @@ TEST_F(MainWindowTest, ExplainsAnEmptyListAndOffersRefresh) {
 TEST(BidiTextTest, IsolatesRightToLeftRunsWithTheirBrackets) {
     const auto isolate = [](const QString& run) { return QChar(0x2068) + run + QChar(0x2069); };
     const std::pair<QString, QString> cases[] = {
-        // a text, and as it is shown
         {"English (United States) — 1 KB download", "English (United States) — 1 KB download"},
         {"العربية (مصر) — 1 KB download", isolate("العربية (مصر)") + " — 1 KB download"},
         {"Remove (ערן)", "Remove (" + isolate("ערן") + ")"},  // a bracket opened before the run stays out

@@ -59,13 +59,10 @@ public:
     // How many shown items have `text` as their `text` property; a button's label, an item of its
     // own with the same text, is not counted again.
     std::size_t countShown(const QString& text) const {
-        std::vector<QQuickItem*> found;
-        for (QQuickItem* item : shownItems())
-            if (hasText(item, text) && std::none_of(found.begin(), found.end(), [item](auto* outer) {
-                    return outer->isAncestorOf(item);
-                }))
-                found.push_back(item);
-        return found.size();
+        const auto items = shownItems();
+        return std::count_if(items.begin(), items.end(), [&](QQuickItem* item) {
+            return hasText(item, text) && !(item->parentItem() && hasText(item->parentItem(), text));
+        });
     }
     // The shown item whose accessible name is `name`, or starts with it when `prefix`, else null;
     // of several, the topmost (list rows are not in tree order).

@@ -82,7 +82,7 @@ def shown(role, prefix=""):
 def heard(announcer, said, start):
     """The announcer's newest sentence, noted in `said` once, if it starts with `start`."""
     name = announcer.name
-    if name and (not said or said[-1] != name):
+    if name and name not in said[-1:]:
         said.append(name)
     return name.startswith(start) and name
 
