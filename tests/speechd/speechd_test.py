@@ -1,11 +1,9 @@
 #!/usr/bin/python3
-"""sd_velmora under a private speech-dispatcher server (own configuration, socket and log folder,
-no sound server: the module plays in silence at real time), with the reference provider on the
-private session bus this test runs in. Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR
-The provider's service file goes into SERVICE_DIR, a folder the bus activates from, only once the
-module runs, as installing a voice provider does. Last, the server runs from the user's settings
-alone, as velmora-cli system-voice enable leaves them.
-"""
+"""Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR. sd_velmora under a private
+speech-dispatcher server (own configuration, socket and log folder; no sound server, so the module
+plays in silence at real time), with the reference provider on this test's private session bus, whose
+service file goes into SERVICE_DIR only once the module runs, as installing a voice provider does.
+Last, the server runs from the user's settings alone, as velmora-cli system-voice enable leaves them."""
 import os
 import pathlib
 import queue
@@ -142,11 +140,6 @@ def test_client_events():
     ssip.close()
 
 
-def stop_server(server):
-    server.terminate()
-    server.wait(timeout=10)
-
-
 def test_system_voice_enable():
     user_file = WORK / "config" / "speech-dispatcher" / "speechd.conf"
     own = 'DefaultRate 20\nAddModule "espeak-ng" "sd_espeak-ng" "espeak-ng.conf"\n'
@@ -163,7 +156,8 @@ def test_system_voice_enable():
             listed = sorted(spd_say("-O", module=()).stdout.split()[2:])
             spoken = spd_say("-w", "Hello")
         finally:
-            stop_server(server)
+            server.terminate()
+            server.wait(timeout=10)
         check(f"enable {name}: the server loads the module", enabled.returncode == 0 and
               listed == ["espeak-ng", "velmora"], f"{enabled.stdout}{enabled.stderr} {listed}")
         check(f"enable {name}: the module speaks", spoken.returncode == 0 and "voice " in module_log(), module_log())
@@ -182,7 +176,8 @@ def main():
         test_voice_installed_while_running()
         test_client_events()
     finally:
-        stop_server(server)
+        server.terminate()
+        server.wait(timeout=10)
     test_system_voice_enable()
     if failures:
         print(module_log()[-4000:])

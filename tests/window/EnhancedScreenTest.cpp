@@ -217,7 +217,7 @@ TEST_F(EnhancedScreenTest, InstallsAnArchiveFromAFileByItsChecksum) {
 }
 
 // A catalog that cannot be read offers to try again; one that fails on a reload keeps the voices.
-TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogErrorAndKeepsTheVoicesItHad) {
+TEST_F(EnhancedScreenTest, ExplainsCatalogErrorsAndContainerProblems) {
     server_.failing = true;
     auto screen = openScreen(appServices_);
     ASSERT_TRUE(waitFor([&] { return screen->shows(Texts::tryAgainButton()); }));
@@ -233,15 +233,14 @@ TEST_F(EnhancedScreenTest, OffersTryAgainAfterACatalogErrorAndKeepsTheVoicesItHa
     screen->press(Qt::Key_F5);
     ASSERT_TRUE(waitFor([&] { return screen->shows(Texts::tryAgainButton()); }));
     EXPECT_TRUE(screen->shows("iOS 5 — 1 voices"));
-}
 
-TEST_F(EnhancedScreenTest, ExplainsAContainerProblem) {
+    // A container the program cannot use is explained.
     auto services = EnhancedServices::real();
     const auto problem = ContainerStatus(ContainerStatus::NotEntitled{}).explanation().value();
     services.containerProblem = [problem] { return std::optional<std::string>(problem); };
     AppServices appServices(services);
-    auto harness = openScreen(appServices);
-    EXPECT_TRUE(waitFor([&] { return harness->shows(QString::fromStdString(problem)); }));
+    auto other = openScreen(appServices);
+    EXPECT_TRUE(waitFor([&] { return other->shows(QString::fromStdString(problem)); }));
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 #!/usr/bin/python3
-"""The enhanced voices screen as a screen reader meets it: the real program on a virtual X server,
-with the accessibility bus, a private session bus (given by its configuration), a catalog served
-here on loopback and its shared folder in a temporary one. Presses a voice row through AT-SPI and
-follows its name, "Download ...", "Stop downloading ..." while the archive arrives, then "Remove
-..."; and listens to the notification that says the download started and the voice was installed.
-Usage: atspi_test.py VELMORA SESSION_CONFIG
-"""
+"""Usage: atspi_test.py VELMORA SESSION_CONFIG. The enhanced voices screen as a screen reader meets
+it, in the real program on a virtual X server with the accessibility bus, a private session bus and a
+loopback catalog: a voice row pressed through AT-SPI is named "Download ...", "Stop downloading ...",
+then "Remove ...", and the notification says the download started and the voice was installed."""
 
 import hashlib
 import http.server
+import importlib.util
 import io
 import os
 import plistlib
@@ -20,10 +18,7 @@ import threading
 import time
 import zipfile
 
-try:
-    import pyatspi
-except ImportError:
-    pyatspi = None
+pyatspi = importlib.import_module("pyatspi") if importlib.util.find_spec("pyatspi") else None
 
 ARCHIVE_HALF_DELAY = 1.0  # seconds the archive stalls half-way, so the download can be seen
 SAMANTHA = "Samantha, English (United States), "
