@@ -1,13 +1,9 @@
 #!/usr/bin/python3
-"""sd_velmora under a private speech-dispatcher server, with the reference provider on the
-private session bus this test runs in (dbus-run-session). The server has its own configuration
-folder, socket and log folder, and no sound server: the module plays in silence at real time.
-
-Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR
-The provider's service file is copied into SERVICE_DIR (a folder the bus activates from) only
-once the module runs, as installing a voice provider does. Last, the server runs from the
-user's settings alone, as velmora-cli system-voice enable leaves them.
-"""
+"""Usage: speechd_test.py MODULE CLI PROVIDER_SERVICE SERVICE_DIR WORK_DIR. sd_velmora under a private
+speech-dispatcher server (own configuration, socket and log folder; no sound server, so the module
+plays in silence at real time), with the reference provider on this test's private session bus, whose
+service file goes into SERVICE_DIR only once the module runs, as installing a voice provider does.
+Last, the server runs from the user's settings alone, as velmora-cli system-voice enable leaves them."""
 import os
 import pathlib
 import queue
@@ -18,6 +14,7 @@ import time
 
 import speechd
 
+Event = speechd.CallbackType
 MODULE, CLI, PROVIDER_SERVICE, SERVICE_DIR, WORK = map(pathlib.Path, sys.argv[1:6])
 failures = []
 
@@ -33,19 +30,17 @@ USER_ENV = dict(os.environ, HOME=str(WORK), XDG_CONFIG_HOME=str(WORK / "config")
 
 def start_server(own_config=True):
     """A server with a configuration folder of the test's own, or with the user's settings."""
-    shutil.rmtree(WORK / "conf", ignore_errors=True)
-    shutil.rmtree(WORK / "log", ignore_errors=True)
+    for folder in ("conf", "log"):
+        shutil.rmtree(WORK / folder, ignore_errors=True)
     (WORK / "sock").unlink(missing_ok=True)
     (WORK / "conf" / "modules").mkdir(parents=True)
     (WORK / "log").mkdir()
     (WORK / "conf" / "speechd.conf").write_text(
         f'LogLevel 5\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')
     (WORK / "conf" / "modules" / "velmora.conf").write_text('VelmoraAudioOutput "null"\n')
-    config = ["-C", str(WORK / "conf")] if own_config else []
-    server = subprocess.Popen(
-        ["speech-dispatcher", "-s", "-t", "0", "-c", "unix_socket", "-S", str(WORK / "sock"),
-         "-L", str(WORK / "log"), *config],
-        env=USER_ENV, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    server = subprocess.Popen(["speech-dispatcher", "-s", "-t", "0", "-c", "unix_socket", "-S", str(WORK / "sock"),
+                               "-L", str(WORK / "log")] + (["-C", str(WORK / "conf")] if own_config else []),
+                              env=USER_ENV, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     deadline = time.monotonic() + 20
     while not (WORK / "sock").exists() and time.monotonic() < deadline:
         time.sleep(0.05)
@@ -54,16 +49,11 @@ def start_server(own_config=True):
 
 def spd_say(*args, module=("-o", "velmora")):
     env = dict(os.environ, SPEECHD_ADDRESS=f"unix_socket:{WORK / 'sock'}")
-    return subprocess.run(["spd-say", *module, *args], env=env, capture_output=True,
-                          text=True, timeout=30)
+    return subprocess.run(["spd-say", *module, *args], env=env, capture_output=True, text=True, timeout=30)
 
 
 def module_log():
     return (WORK / "log" / "velmora.log").read_text(errors="replace")
-
-
-def voices_listed():
-    return [line.split()[0] for line in spd_say("-L").stdout.splitlines()[1:] if line.strip()]
 
 
 def last_voice():
@@ -71,35 +61,10 @@ def last_voice():
     return lines[-1].split("sd_velmora: voice ", 1)[1] if lines else ""
 
 
-class Client:
-    """speech-dispatcher's Python client, with the events of each message in a queue."""
-
-    def __init__(self):
-        self.ssip = speechd.SSIPClient("velmora-test", address=f"unix_socket:{WORK / 'sock'}", autospawn=False)
-        self.ssip.set_output_module("velmora")
-        self.ssip.set_data_mode(speechd.DataMode.SSML)
-        self.events = queue.Queue()
-
-    def speak(self, ssml):
-        self.ssip.speak(ssml, callback=lambda kind, index_mark=None: self.events.put(
-            (kind, index_mark, time.monotonic())))
-
-    def until_end(self, timeout=30):
-        seen = []
-        deadline = time.monotonic() + timeout
-        while time.monotonic() < deadline:
-            try:
-                kind, mark, _ = self.events.get(timeout=0.5)
-            except queue.Empty:
-                continue
-            seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
-            if kind in (speechd.CallbackType.END, speechd.CallbackType.CANCEL):
-                return seen
-        return seen + ["(no end)"]
-
-
 def test_voice_installed_while_running():
-    check("no voices before a provider is installed", voices_listed() == [], spd_say("-L").stdout)
+    """The provider installed while the module runs; then spd-say's manual cases speak with its voices."""
+    before = spd_say("-L").stdout
+    check("no voices before a provider is installed", not before.strip().splitlines()[1:], before)
     shutil.copy(PROVIDER_SERVICE, SERVICE_DIR / PROVIDER_SERVICE.name)
     subprocess.run(["dbus-send", "--session", "--dest=org.freedesktop.DBus", "--type=method_call",
                     "/org/freedesktop/DBus", "org.freedesktop.DBus.ReloadConfig"], check=True)
@@ -108,19 +73,13 @@ def test_voice_installed_while_running():
     check("the log says the voice list changed", "the voice list changed" in module_log(), module_log())
     first = [line for line in listing.splitlines()[1:] if line.strip()][0]
     check("Velmora's voices come first", "(iOS" in first or "(iPhone" in first, first)
-    return listing
 
-
-def test_manual_cases(listing):
-    french = [line for line in listing.splitlines() if " fr" in line]
-    french_name = french[0].rsplit(" fr", 1)[0].strip() if french else "?"
+    french_name = next((line.rsplit(" fr", 1)[0].strip() for line in listing.splitlines() if " fr" in line), "?")
     # name: spd-say arguments, then the language of the voice that must speak
     cases = [
         ("english by language",        ["-l", "en-US", "Hello"],                          "en"),
         ("french by language",         ["-l", "fr-FR", "Bonjour"],                        "fr"),
         ("french by name",             ["-y", french_name, "Bonjour"],                    "fr"),
-        ("french by language and name", ["-l", "fr-FR", "-y", french_name, "Bonjour"],    "fr"),
-        ("french female1",             ["-l", "fr-FR", "-t", "female1", "Bonjour"],       "fr"),
         ("french female2",             ["-l", "fr-FR", "-t", "female2", "Bonjour"],       "fr"),
         ("bogus name falls back",      ["-l", "fr-FR", "-y", "bleaaaarg", "Bonjour"],     "fr"),
         ("a character",                ["-c", "a"],                                       ""),
@@ -134,76 +93,73 @@ def test_manual_cases(listing):
         check(f"spd-say {name}", result.returncode == 0 and f"({language}" in voice, f"{result} {voice}")
 
 
-def test_marks_then_end(client):
-    client.speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
-    seen = client.until_end()
-    check("three marks in order, then END", seen == [speechd.CallbackType.BEGIN, "m1", "m2", "m3",
-                                                      speechd.CallbackType.END], str(seen))
+def test_client_events():
+    """Marks in order, a stop, a pause at the next mark, as speech-dispatcher's Python client sees them."""
+    ssip = speechd.SSIPClient("velmora-test", address=f"unix_socket:{WORK / 'sock'}", autospawn=False)
+    ssip.set_output_module("velmora")
+    ssip.set_data_mode(speechd.DataMode.SSML)
+    events = queue.Queue()
+    speak = lambda ssml: ssip.speak(ssml, callback=lambda kind, index_mark=None: events.put((kind, index_mark)))
 
+    def until(last=(Event.END, Event.CANCEL), timeout=30):
+        """The events of the message (marks by their names) up to one of the kinds `last`, or the timeout."""
+        seen, deadline = [], time.monotonic() + timeout
+        while time.monotonic() < deadline:
+            try:
+                kind, mark = events.get(timeout=0.5)
+            except queue.Empty:
+                continue
+            seen.append(mark if kind == Event.INDEX_MARK else kind)
+            if kind in last:
+                return seen
+        return seen + ["(no end)"]
 
-def test_pause_at_next_mark(client):
-    client.speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' +
-                 'Words after it. ' * 10 + '<mark name="p2"/>The end.</speak>')
-    client.events.get(timeout=20)  # BEGIN
-    client.ssip.pause()
-    seen = []
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline and speechd.CallbackType.PAUSE not in seen:
-        try:
-            kind, mark, _ = client.events.get(timeout=0.5)
-            seen.append(mark if kind == speechd.CallbackType.INDEX_MARK else kind)
-        except queue.Empty:
-            pass
+    speak('<speak>One <mark name="m1"/>two <mark name="m2"/>three <mark name="m3"/></speak>')
+    seen = until()
+    check("three marks in order, then END", seen == [Event.BEGIN, "m1", "m2", "m3", Event.END], str(seen))
+
+    speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
+    until([Event.BEGIN], timeout=20)
+    time.sleep(0.5)
+    ssip.stop()
+    seen = until(timeout=5)
+    check("STOP during a long message ends it with STOP", seen[-1:] == [Event.CANCEL], str(seen))
+
+    speak('<speak>' + 'Words before the first mark. ' * 3 + '<mark name="p1"/>' + 'Words after it. ' * 10 +
+          '<mark name="p2"/>The end.</speak>')
+    events.get(timeout=20)  # BEGIN
+    ssip.pause()
+    seen = until([Event.PAUSE], timeout=20)
     # speech-dispatcher puts marks of its own into the text, keeps the one a pause stops at for
     # resuming, and tells the client PAUSE alone
     server_log = (WORK / "log" / "speech-dispatcher.log").read_text(errors="replace")
     before_pause = server_log[:server_log.find("704 PAUSE")].rsplit("701 BEGIN", 1)[-1]
-    check("PAUSE ends the message at its next mark", seen == [speechd.CallbackType.PAUSE] and
-          "700 INDEX MARK" in before_pause and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
-    client.ssip.cancel()
-
-
-def test_stop_during_long_message(client):
-    client.speak("<speak>" + "This is a long message that is stopped. " * 20 + "</speak>")
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline:
-        kind, _, _ = client.events.get(timeout=20)
-        if kind == speechd.CallbackType.BEGIN:
-            break
-    time.sleep(0.5)
-    client.ssip.stop()
-    seen = client.until_end(timeout=5)
-    check("STOP during a long message ends it with STOP", seen[-1:] == [speechd.CallbackType.CANCEL], str(seen))
-
-
-def stop_server(server):
-    server.terminate()
-    server.wait(timeout=10)
+    check("PAUSE ends the message at its next mark", seen == [Event.PAUSE] and "700 INDEX MARK" in before_pause
+          and "700-p2" not in before_pause, f"{seen} {before_pause[-400:]}")
+    ssip.cancel()
+    ssip.close()
 
 
 def test_system_voice_enable():
     user_file = WORK / "config" / "speech-dispatcher" / "speechd.conf"
     own = 'DefaultRate 20\nAddModule "espeak-ng" "sd_espeak-ng" "espeak-ng.conf"\n'
-    # name, the user's file before (None: none), the modules the server then loads
-    cases = [
-        ("without a file of the user's", None, ["espeak-ng", "velmora"]),
-        ("with the user's own file",     own,  ["espeak-ng", "velmora"]),
-    ]
-    for name, before, modules in cases:
+    cli = lambda verb: subprocess.run([CLI, "system-voice", verb], env=USER_ENV, capture_output=True, text=True)
+    # with the user's file before (None: none), the server then loads both modules
+    for name, before in (("without a file of the user's", None), ("with the user's own file", own)):
         shutil.rmtree(user_file.parent, ignore_errors=True)
         if before is not None:
             user_file.parent.mkdir(parents=True)
             user_file.write_text(before)
-        cli = lambda verb: subprocess.run([CLI, "system-voice", verb], env=USER_ENV, capture_output=True, text=True)
         enabled = cli("enable")
         server = start_server(own_config=False)
         try:
             listed = sorted(spd_say("-O", module=()).stdout.split()[2:])
             spoken = spd_say("-w", "Hello")
         finally:
-            stop_server(server)
-        check(f"enable {name}: the server loads the module", enabled.returncode == 0 and listed == modules,
-              f"{enabled.stdout}{enabled.stderr} {listed}")
+            server.terminate()
+            server.wait(timeout=10)
+        check(f"enable {name}: the server loads the module", enabled.returncode == 0 and
+              listed == ["espeak-ng", "velmora"], f"{enabled.stdout}{enabled.stderr} {listed}")
         check(f"enable {name}: the module speaks", spoken.returncode == 0 and "voice " in module_log(), module_log())
         check(f"enable {name}: status says so", "enabled for this user" in cli("status").stdout)
         cli("disable")
@@ -217,15 +173,11 @@ def main():
     shutil.rmtree(WORK, ignore_errors=True)
     server = start_server()
     try:
-        listing = test_voice_installed_while_running()
-        test_manual_cases(listing)
-        client = Client()
-        test_marks_then_end(client)
-        test_stop_during_long_message(client)
-        test_pause_at_next_mark(client)
-        client.ssip.close()
+        test_voice_installed_while_running()
+        test_client_events()
     finally:
-        stop_server(server)
+        server.terminate()
+        server.wait(timeout=10)
     test_system_voice_enable()
     if failures:
         print(module_log()[-4000:])

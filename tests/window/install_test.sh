@@ -17,15 +17,11 @@ grep -qx "Exec=$prefix/lib/Velmora/PlugIns/VelmoraVoice.appex/VelmoraVoice" "$se
   fail "the service does not start the installed provider"
 [ -x "$prefix/bin/velmora" ] && [ -f "$prefix/lib/Velmora/Resources/velmora.entitlements" ] || fail "no bundle"
 
-cat >"$prefix/session.conf" <<CONF
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <servicedir>$prefix/share/dbus-1/services</servicedir>
-  <policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy>
-</busconfig>
-CONF
+# A session bus that activates services from the prefix alone.
+printf '%s\n' '<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>' \
+  "<servicedir>$prefix/share/dbus-1/services</servicedir>" \
+  '<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/>' \
+  '<allow own="*"/></policy></busconfig>' >"$prefix/session.conf"
 voices=$(VELMORA_APP_GROUPS_ROOT="$prefix/groups" dbus-run-session --config-file="$prefix/session.conf" -- \
   "$prefix/bin/velmora-cli" voices 2>/dev/null) || fail "velmora-cli voices ended with status $?"
 echo "$voices" | grep -q "com.tarvenholt.Velmora.voice.ios4.en-US.Samantha" || fail "no voices: $voices"
