@@ -7,12 +7,12 @@
 #include "app/EnhancedVoiceManager.h"
 #include "app/SelfTestSuites.h"
 #include "app/SpeechController.h"
-#include "support/ServedCatalog.h"
 #include "enhanced/ServedVoice.h"
 #include "speech/NullOutput.h"
 #include "speech/ProviderControl.h"
 #include "speech/TestProviderVoices.h"
 #include "support/Files.h"
+#include "support/ServedCatalog.h"
 
 namespace velmora::test {
 namespace {

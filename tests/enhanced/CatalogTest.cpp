@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include "support/ServedCatalog.h"
 #include "enhanced/BackgroundSha1.h"
 #include "enhanced/DownloadJob.h"
 #include "enhanced/EnhancedVoiceCatalog.h"
 #include "enhanced/HttpTransfer.h"
 #include "support/Files.h"
 #include "support/Process.h"
+#include "support/ServedCatalog.h"
 #include "support/TestWorld.h"
 
 namespace velmora::test {

@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
-#include "support/ServedCatalog.h"
 #include "base/UniqueFd.h"
 #include "cli/CliBundle.h"
+#include "support/ServedCatalog.h"
 #include "support/Watched.h"
 
 namespace velmora::test {

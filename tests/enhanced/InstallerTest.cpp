@@ -6,7 +6,6 @@
 #include <random>
 #include <regex>
 
-#include "support/ServedCatalog.h"
 #include "ServedVoice.h"
 #include "enhanced/InstallFailure.h"
 #include "enhanced/PartialDownload.h"
@@ -15,6 +14,7 @@
 #include "enhanced/VoiceStateTable.h"
 #include "store/VoiceStore.h"
 #include "support/Files.h"
+#include "support/ServedCatalog.h"
 
 namespace velmora::test {
 namespace {

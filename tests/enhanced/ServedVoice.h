@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "enhanced/EnhancedVoice.h"
-#include "support/ServedCatalog.h"
 #include "store/VoiceRelease.h"
+#include "support/ServedCatalog.h"
 
 namespace velmora::test {
 

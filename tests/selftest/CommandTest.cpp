@@ -9,11 +9,11 @@
 #include <functional>
 #include <sstream>
 
-#include "support/ServedCatalog.h"
 #include "selftest/SuiteLines.h"
 #include "store/ContainerStatus.h"
 #include "support/Files.h"
 #include "support/Process.h"
+#include "support/ServedCatalog.h"
 
 namespace velmora::test {
 namespace {

@@ -48,6 +48,7 @@ protected:
     void TearDown() override {
         server_.catalog.open();
         server_.download.open();
+        server_.failing = false;
         unpackingGate_.open();
     }
 

@@ -13,9 +13,9 @@
 
 #include "app/AppServices.h"
 #include "app/SpeechController.h"
-#include "enhanced/Fixtures.h"
 #include "speech/AudioOutput.h"
 #include "support/Files.h"
+#include "support/ServedCatalog.h"
 #include "support/Watched.h"
 
 namespace velmora::test {
