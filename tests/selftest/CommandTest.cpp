@@ -44,17 +44,15 @@ sf_count_t cafFrames(const fs::path& file) {
 TEST(SelfTestCommandTest, EveryLinePassesOnTheReferenceProviderAndBothDumpsAreWritten) {
     const auto printed = passingRun({"selftest"});
     for (const auto& line : printed) EXPECT_TRUE(line.starts_with("SELFTEST ")) << line;
-    ASSERT_GE(printed.size(), 3u);
-    const std::string voices = printed[0].substr(printed[0].rfind(' ') + 1);
-    EXPECT_EQ(printed[0], "SELFTEST voices: " + voices);
+    ASSERT_FALSE(printed.empty());
+    const std::string voices = printed[0].substr(std::strlen("SELFTEST voices: "));
     EXPECT_GE(std::stoi(voices), 50);
     EXPECT_EQ(std::ranges::count(printed, "SELFTEST done: " + voices + "/" + voices + " passed"), 1);
-    const auto tmp = TestWorld::folder() / "tmp";
-    const fs::path dumps[] = {tmp / "selftest-samantha.caf", tmp / "selftest-samantha-ios7.caf"};
-    EXPECT_EQ(std::vector(printed.end() - 2, printed.end()),
-              (std::vector<std::string>{"SELFTEST dumped " + dumps[0].string(),
-                                        "SELFTEST dumped " + dumps[1].string()}));
-    for (const auto& dump : dumps) EXPECT_GT(cafFrames(dump), 22050) << dump;
+    for (const char* name : {"selftest-samantha.caf", "selftest-samantha-ios7.caf"}) {
+        const auto dump = TestWorld::folder() / "tmp" / name;
+        EXPECT_EQ(std::ranges::count(printed, "SELFTEST dumped " + dump.string()), 1);
+        EXPECT_GT(cafFrames(dump), 22050) << dump;
+    }
 }
 
 class EnhancedCommandTest : public ::testing::Test {

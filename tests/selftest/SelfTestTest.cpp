@@ -332,11 +332,7 @@ TEST(SpeechSuiteTest, WithoutTheReferenceVoiceTheRunEndsAtTheSummary) {
         [](const RenderRequest& r) { return r.voice == samantha7 ? RenderResult{} : passingEngine(r); },
         {{samantha7, "Samantha (iOS 7)", "en-US"}, {thomas5, "Thomas (iOS 5)", "fr-FR"}}};
     SelfTest::run(other.services());
-    ASSERT_GE(other.lines.size(), 3u);
-    EXPECT_EQ(std::vector(other.lines.end() - 3, other.lines.end()),
-              (std::vector<std::string>{"SELFTEST PASS fr-FR Thomas (iOS 5): 2.50s audio, peak 0.25",
-                                        "SELFTEST FAIL en-US Samantha (iOS 7): 0.00s audio, peak 0.00",
-                                        "SELFTEST done: 1/2 passed"}));
+    EXPECT_EQ(other.lines.back(), "SELFTEST done: 1/2 passed");
 }
 
 fs::path container() { return TestWorld::container("group.test.selftest"); }
@@ -452,8 +448,7 @@ TEST(EnhancedSuiteTest, EachVerdictAndWhereTheRunEnds) {
     for (const auto& c : cases) {
         EnhancedFake fake{c.faults};
         if (c.arrange) c.arrange(fake);
-        const auto lines = fake.run(*c.voice ? std::vector<std::string>{"-enhanced-voice", c.voice}
-                                             : std::vector<std::string>{});
+        const auto lines = fake.run({"-enhanced-voice", c.voice});
         if (c.ends) {
             EXPECT_EQ(lines.back(), c.line) << c.name;
             EXPECT_TRUE(fake.speech.requests.empty()) << c.name;
