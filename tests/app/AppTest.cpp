@@ -57,7 +57,6 @@ private slots:
     // The flagged suites run speech first, each once, for whole case-sensitive flags anywhere.
     void selfTestSuitesRunAsFlagged() {
         const std::pair<std::vector<std::string>, QString> cases[] = {
-            {{}, "0"},
             {{"-selftest"}, "1speech "},
             {{"-selftest-enhanced", "-enhanced-remove"}, "1enhanced(2) "},
             {{"-selftest-enhanced", "-platform", "offscreen", "-selftest"}, "1speech enhanced(4) "},
