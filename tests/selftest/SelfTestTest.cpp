@@ -114,9 +114,7 @@ TEST(HarnessTest, AStreamEndingWhileTheResultIsAwaitedWakesIt) {
         callback(pcm({0.5f}));
         callback(endMarker);
     });
-    const RenderResult r = collector->result(1h);
-    EXPECT_EQ(std::tuple(r.seconds, r.peak, r.latency >= 0, r.signature),
-              std::tuple(0.01, 0.5f, true, 16384ul));
+    EXPECT_EQ(collector->result(1h).signature, 16384u);  // the late buffer is measured
 }
 
 TEST(HarnessTest, DumpHoldsTheFirstFormatsBuffersAndClosesAtTheEndOrTheTimeout) {
