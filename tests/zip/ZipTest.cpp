@@ -299,9 +299,8 @@ void runWriter(const std::string& script, const fs::path& archive, const fs::pat
 // Each file unpack says it wrote, with what it holds.
 std::map<std::string, std::string> unpacked(const fs::path& archive, const fs::path& into) {
     std::map<std::string, std::string> files;
-    for (const auto& name : ZipReader::unpack(MappedFile::open(archive).bytes(), into)) {
+    for (const auto& name : ZipReader::unpack(MappedFile::open(archive).bytes(), into))
         files[name] = readFile(into / name);
-    }
     return files;
 }
 
@@ -351,9 +350,7 @@ TEST(ZipUnpack, UnpacksWhatRealWritersWrite) {
         // Data descriptors leave the local headers without sizes: not unpacked early.
         const auto early = unpackedEarly(readFile(dir / "voice.zip"), dir / "early");
         EXPECT_EQ(early.has_value(), script.ends_with(" 0"));
-        if (early) {
-            EXPECT_TRUE(*early == files);
-        }
+        EXPECT_TRUE(!early || *early == files);
         fs::remove_all(dir / "early");
     }
 
@@ -391,9 +388,8 @@ TEST(ZipUnpack, EarlyUnpackStandsOnlyWhenTheDirectoryAgrees) {
     unlisted =
         unlisted.substr(0, unlisted.size() - 22) + moreInDirectory.bytes.substr(moreInDirectory.directory);
     EXPECT_FALSE(unpackedEarly(unlisted, dir / "unlisted"));
-    for (const auto& name : {"../up.dat"s, "a/./one.dat"s}) {
+    for (const auto& name : {"../up.dat"s, "a/./one.dat"s})
         EXPECT_FALSE(unpackedEarly(handZip({{"a/one.dat", "one"}, {name, "x"}}).bytes, dir / "refused"));
-    }
 }
 
 TEST(ZipUnpack, NeverWritesOutsideTheDestination) {
@@ -422,10 +418,9 @@ TEST(ZipUnpack, NeverWritesOutsideTheDestination) {
     fs::create_directory_symlink(dir / "outside", dir / "odd" / "voices");
     fs::create_symlink(dir / "outside" / "target.txt", dir / "odd" / "file.txt");
     ASSERT_EQ(::mkfifo((dir / "odd" / "fifo").c_str(), 0600), 0);
-    for (const char* name : {"voices/pack.dat", "file.txt", "fifo"}) {
-        const auto zip = handZip({{name, "hostile"}}).bytes;
-        EXPECT_THROW(ZipReader::unpack(asBytes(zip), dir / "odd"), fs::filesystem_error);
-    }
+    for (const char* name : {"voices/pack.dat", "file.txt", "fifo"})
+        EXPECT_THROW(ZipReader::unpack(asBytes(handZip({{name, "hostile"}}).bytes), dir / "odd"),
+                     fs::filesystem_error);
     EXPECT_TRUE(fs::is_empty(dir / "outside"));
 }
 
