@@ -259,14 +259,13 @@ protected:
 TEST_F(InstallerTest, EveryFailureLeavesTheOldPackAndNoStaging) {
     const std::string good = makeZip({"v/broker.hdr.asset", "New", "v/voice.dat", "new"});
     const std::string mismatch = "The download did not match the checksum Apple published.";
-    const std::string noVoice = "The download did not contain a voice.";
     const std::function<void(EnhancedVoice&)> same = [](auto&) {};
     const auto never = StopAt::never;
     // Archive, change to the voice, report that stops, error's text or start, unpacking reported.
     const std::tuple<std::string, std::function<void(EnhancedVoice&)>, StopAt, std::string, bool> cases[] = {
         {good, [](auto& v) { v.digest[19] ^= std::byte{1}; }, never, mismatch, false},
         {good, [](auto& v) { v.digest.resize(16); }, never, mismatch, false},
-        {makeZip({"a/Broker.hdr.asset", "x"}), same, never, noVoice, true},
+        {makeZip({"a/Broker.hdr.asset", "x"}), same, never, "The download did not contain a voice.", true},
         {makeZip({"v/broker.hdr", "x", "v/broker.hdr.asset", "y"}), same, never, "filesystem error", true},
         {makeZip({"../escaped/broker.hdr.asset", "x"}), same, never, "The archive holds an unsafe", true},
         {good, [](auto& v) { v.installedSize = std::int64_t{1} << 62; }, never, "There is not enough free",

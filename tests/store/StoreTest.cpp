@@ -117,17 +117,6 @@ TEST(ContainerResolutionTest, RootComesFromTheEnvironmentElseXdgDataHome) {
     EXPECT_EQ(AppGroupContainers::root(), saved);
 }
 
-TEST(ContainerStoreTest, TheProcessContainerIsReadyAndVoicesIsCreatedOnlyOnRequest) {
-    EXPECT_EQ(VoiceStore::groupIdentifiers(), std::vector<std::string>{"group.test.velmora"});
-    EXPECT_EQ(VoiceStore::containerStatus(), ContainerStatus(ContainerStatus::Ready{container()}));
-    fs::remove_all(voices());
-    EXPECT_EQ(VoiceStore::root(false), voices());
-    EXPECT_FALSE(fs::exists(voices()));
-    EXPECT_EQ(VoiceStore::root(true), voices());
-    EXPECT_TRUE(fs::is_directory(voices()));
-    fs::remove_all(voices());
-}
-
 TEST(BundleTest, ResourcesComeFromTheFirstPlugInElseTheApplication) {
     TempDir app;
     auto application = *Bundle::open(app.path());
@@ -159,8 +148,15 @@ protected:
     }
 };
 
+TEST_F(StoreTest, TheProcessContainerIsReadyAndVoicesIsCreatedOnlyOnRequest) {
+    EXPECT_EQ(VoiceStore::containerStatus(), ContainerStatus(ContainerStatus::Ready{container()}));
+    EXPECT_EQ(VoiceStore::root(false), voices());
+    EXPECT_FALSE(fs::exists(voices()));
+    EXPECT_EQ(VoiceStore::root(true), voices());
+    EXPECT_TRUE(fs::is_directory(voices()));
+}
+
 TEST_F(StoreTest, CompactDirectoryFollowsTheReleaseDirectory) {
-    EXPECT_EQ(VoiceStore::resourceFolder(), TestWorld::compactResources());
     EXPECT_EQ(VoiceStore::compactDirectory(release("ios4"), "en-US"),
               TestWorld::compactResources() / "TTSResources/en-US");
     EXPECT_EQ(VoiceStore::compactDirectory(release("ios5"), "en-US"),

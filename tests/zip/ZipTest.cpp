@@ -110,11 +110,9 @@ std::string patched(std::string bytes, std::size_t at, std::uint32_t value, int 
 }
 
 // The fast register is checked further on long inputs by every entry the other tests write.
-TEST(ZipCrc, TableAndFastRegistersGiveTheCheckValueInAnyPieces) {
-    for (const auto crc32 : {ZipReader::crc32, zip::fastCrc32}) {
-        EXPECT_EQ(~crc32(asBytes("123456789"), 0xFFFFFFFF), 0xCBF43926U);
+TEST(ZipCrc, TableAndFastRegistersGiveTheCheckValueFromPieces) {
+    for (const auto crc32 : {ZipReader::crc32, zip::fastCrc32})
         EXPECT_EQ(~crc32(asBytes("56789"), crc32(asBytes("1234"), 0xFFFFFFFF)), 0xCBF43926U);
-    }
 }
 
 // What a decoder made of a stream: the size of each piece it emitted, the output, the failure text.
@@ -434,26 +432,20 @@ TEST(ZipUnpack, CommandLineListsTheFilesWrittenAndSaysWhatWentWrong) {
         int status;
         std::string out, err;
     } cases[] = {
-        {"files in folders",
-         {{"voice.hdr", "header"}, {"a/", ""}, {"a/b/c/deep.txt", "deep", 6}},
-         0,
-         "voice.hdr\na/b/c/deep.txt\n",
-         ""},
+        // clang-format off
+        {"files in folders", {{"voice.hdr", "header"}, {"a/", ""}, {"a/b/c/deep.txt", "deep", 6}}, 0,
+         "voice.hdr\na/b/c/deep.txt\n", ""},
         {"not a zip", {}, 1, "", "velmora-cli: The download is not a zip archive.\n"},
         // A folder marked only by an MS-DOS attribute is a file here.
-        {"file where a folder is needed",
-         {{"def", "1"}, {"def/jkl", "2"}},
-         1,
-         "",
+        {"file where a folder is needed", {{"def", "1"}, {"def/jkl", "2"}}, 1, "",
          "velmora-cli: def/jkl: filesystem error: cannot open directory: Not a directory [" +
              (dir / "out" / "def").string() + "]\n"},
         // Latin-1 names that decode alike, and one path spelt two ways: the later entry wins.
-        {"replaced entries",
-         {{"caf\xE9.txt", "1"}, {"caf\xE8.txt", "2"}, {"a/b", "3"}, {"./a//b", "4"}, {"c", "5"}},
-         0,
-         "caf\uFFFD.txt\ncaf\uFFFD.txt\na/b\n./a//b\nc\n",
+        {"replaced entries", {{"caf\xE9.txt", "1"}, {"caf\xE8.txt", "2"}, {"a/b", "3"}, {"./a//b", "4"}, {"c", "5"}},
+         0, "caf\uFFFD.txt\ncaf\uFFFD.txt\na/b\n./a//b\nc\n",
          "velmora-cli: caf\uFFFD.txt replaced an earlier entry of the same name.\n"
          "velmora-cli: ./a//b replaced an earlier entry of the same name.\n"},
+        // clang-format on
     };
     for (const auto& c : cases) {
         fs::remove_all(dir / "out");
