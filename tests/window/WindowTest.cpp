@@ -265,10 +265,7 @@ TEST_F(MainWindowTest, SpeaksFromTheKeyboardAndStops) {
     ASSERT_TRUE(waitFor([&] { return harness.accessibleItem(alice); }));
 
     // The field has the focus; Tab passes the slider and enters the list at its first voice.
-    harness.press(Qt::Key_Tab);
-    harness.press(Qt::Key_Tab);
-    harness.press(Qt::Key_Down);
-    harness.press(Qt::Key_Space);
+    for (const Qt::Key key : {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Down, Qt::Key_Space}) harness.press(key);
     const std::string second = speech_->groups().front().voices.at(1).identifier;
     EXPECT_EQ(speech_->speakingVoice(), second);
     ASSERT_TRUE(waitFor([&] { return harness.shows(Texts::stopButton()); }));
