@@ -214,6 +214,7 @@ private:
     }};
 };
 
+// The main window, over the voices of the reference provider on the private bus.
 class MainWindowTest : public ::testing::Test {
 protected:
     AppServices services_;
@@ -311,6 +312,7 @@ TEST(BidiTextTest, IsolatesRightToLeftRunsWithTheirBrackets) {
         EXPECT_EQ(Bidi::isolated(text).toStdString(), shown.toStdString());
 }
 
+// The enhanced voices screen, over the catalog server's voices.
 const QString samantha = QStringLiteral("Samantha, English (United States), ");
 const QString british = QStringLiteral("English (United Kingdom), English (United Kingdom), ");
 const QString german = QStringLiteral("German (Germany), German (Germany)");
