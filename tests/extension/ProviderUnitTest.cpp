@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <fstream>
 #include <optional>
 
 #include "Confinement.h"
@@ -165,13 +164,12 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
 }
 
 // Takes the provider's confinement, which cannot be undone, and exits with 0 if every check held.
-[[noreturn]] void confineAndCheck(const std::filesystem::path& secret) {
+[[noreturn]] void confineAndCheck() {
     confineProcess();
     const std::string status = test::readFile("/proc/self/status");
     for (const std::string set : {"CapInh", "CapPrm", "CapEff", "CapBnd", "CapAmb"})
         EXPECT_NE(status.find(set + ":\t0000000000000000\n"), std::string::npos) << set;
     EXPECT_NE(status.find("NoNewPrivs:\t1\n"), std::string::npos);
-    EXPECT_FALSE(std::ifstream(secret).is_open()) << "a header at permissions 0 is still readable";
     for (const int family : {AF_INET, AF_INET6}) {
         errno = 0;
         EXPECT_EQ(::socket(family, SOCK_STREAM, 0), -1) << family;
@@ -183,11 +181,7 @@ TEST(SsmlPhrasesTest, CutsAtSentencesParagraphsAndBreaksAndReopensWhatIsOpen) {
 }
 
 TEST(ConfinementTest, DropsCapabilitiesForbidsNewPrivilegesAndRefusesInternetSockets) {
-    test::TempDir folder;
-    const auto secret = folder / "broker.hdr";
-    test::writeFile(secret, "<voice>Samantha</voice>");
-    std::filesystem::permissions(secret, std::filesystem::perms::none);
-    EXPECT_EXIT(confineAndCheck(secret), ::testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(confineAndCheck(), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

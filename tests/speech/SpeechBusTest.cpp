@@ -124,15 +124,14 @@ TEST_F(SpeechBusTest, RendersExactSamplesInEveryFormat) {
         ASSERT_TRUE(listed) << voice;
         const auto format = StreamFormat::parse(listed->outputFormat);
         std::vector<float> tone;
-        for (std::size_t frame = 0; format && frame < frames; ++frame) {
+        for (std::size_t frame = 0; format && frame < frames; ++frame)
             for (int channel = 0; channel < format->channels; ++channel)
                 tone.push_back(test::decodedTone(format->sample, frame, channel));
-        }
         EXPECT_EQ(rendered.samples, tone) << voice << " of " << provider;
         const auto shape = format ? std::tuple(format->channels, format->sampleRate) : std::tuple(0, 0.0);
         EXPECT_EQ(
             std::tuple(rendered.channels, rendered.sampleRate, rendered.ended, rendered.buffersAfterEnd),
-            std::tuple(std::get<0>(shape), std::get<1>(shape), true, 0))
+            std::tuple_cat(shape, std::tuple(true, 0)))
             << voice << " of " << provider;
     }
 }
@@ -196,8 +195,8 @@ TEST_F(SpeechBusTest, SpeaksInTurnAndCancelsWhatCannotBeSpokenAfterPlayingWhatCa
 // Speech goes to the silent output, as no sound server answers; `bus` replaces the test's own bus.
 // No locale is set, as on containers and CI machines (ICU's default is then en_US_POSIX).
 test::ProcessResult cli(const std::vector<std::string>& arguments, const std::string& bus = "") {
-    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"}};
-    environment["LANG"] = "C.UTF-8";
+    std::map<std::string, std::string> environment{{"PULSE_SERVER", "unix:/nonexistent/velmora-pulse"},
+                                                   {"LANG", "C.UTF-8"}};
     for (const char* unset : {"LANGUAGE", "LC_ALL", "LC_COLLATE", "LC_MESSAGES"}) environment[unset] = "";
     if (!bus.empty()) environment["DBUS_SESSION_BUS_ADDRESS"] = bus;
     return test::runProcess(VELMORA_CLI, arguments, environment);

@@ -94,20 +94,16 @@ TEST(StreamParserTest, DecodesBothFormatsWhateverTheReadsSplitStopsAtBadDataAndP
     }
 }
 
-// -1, 0 and 0.5 from each kind at every width, each kind and width in both orders (formats combine them).
+// -1, 0 and 0.5 from every width, each kind and both byte orders (the decoder handles these apart).
 TEST(StreamFormatTest, DecodesEverySampleFormatAndSaysWhyItCannotReadAFormat) {
     const std::pair<const char*, std::vector<int>> cases[] = {
         {"S8", {0x80, 0x00, 0x40}},
-        {"U8", {0x00, 0x80, 0xC0}},
         {"S16LE", {0x00, 0x80, 0, 0, 0x00, 0x40}},
         {"U16BE", {0, 0, 0x80, 0x00, 0xC0, 0x00}},
         {"S24BE", {0x80, 0, 0, 0, 0, 0, 0x40, 0, 0}},
-        {"U24LE", {0, 0, 0, 0, 0, 0x80, 0, 0, 0xC0}},
         {"S32LE", {0, 0, 0, 0x80, 0, 0, 0, 0, 0, 0, 0, 0x40}},
-        {"U32BE", {0, 0, 0, 0, 0x80, 0, 0, 0, 0xC0, 0, 0, 0}},
         {"F32BE", {0xBF, 0x80, 0, 0, 0, 0, 0, 0, 0x3F, 0, 0, 0}},
         {"F64LE", {0, 0, 0, 0, 0, 0, 0xF0, 0xBF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE0, 0x3F}},
-        {"F64BE", {0xBF, 0xF0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x3F, 0xE0, 0, 0, 0, 0, 0, 0}},
     };
     for (const auto& [name, values] : cases) {
         const auto format = StreamFormat::parse(std::string("audio/x-raw,format=") + name + ",rate=8000");

@@ -30,10 +30,9 @@ USER_ENV = dict(os.environ, HOME=str(WORK), XDG_CONFIG_HOME=str(WORK / "config")
 
 def start_server(own_config=True):
     """A server with a configuration folder of the test's own, or with the user's settings."""
-    for folder in ("conf", "log"):
-        shutil.rmtree(WORK / folder, ignore_errors=True)
+    shutil.rmtree(WORK / "log", ignore_errors=True)
     (WORK / "sock").unlink(missing_ok=True)
-    (WORK / "conf" / "modules").mkdir(parents=True)
+    (WORK / "conf" / "modules").mkdir(parents=True, exist_ok=True)
     (WORK / "log").mkdir()
     (WORK / "conf" / "speechd.conf").write_text(
         f'LogLevel 5\nAddModule "velmora" "{MODULE}" "velmora.conf"\nDefaultModule velmora\n')

@@ -20,7 +20,6 @@ import zipfile
 
 pyatspi = importlib.import_module("pyatspi") if importlib.util.find_spec("pyatspi") else None
 
-ARCHIVE_HALF_DELAY = 1.0  # seconds the archive stalls half-way, so the download can be seen
 SAMANTHA = "Samantha, English (United States), "
 
 
@@ -50,7 +49,7 @@ def serve():
             self.wfile.write(body[:half])
             if half:
                 self.wfile.flush()
-                time.sleep(ARCHIVE_HALF_DELAY)
+                time.sleep(1.0)  # so that the download can be seen
                 self.wfile.write(body[half:])
 
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
