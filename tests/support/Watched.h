@@ -23,6 +23,10 @@ public:
     void set(T value) {
         change([&value](T& current) { current = std::move(value); });
     }
+    T current() {
+        std::lock_guard lock(mutex_);
+        return value_;
+    }
     // The value once `done` holds for it, or as it is when `limit` has passed.
     T waitUntil(const std::function<bool(const T&)>& done,
                 std::chrono::milliseconds limit = std::chrono::seconds(20)) {
